@@ -1,0 +1,18 @@
+// CQxEchos, the Simple Delay filter: the shared in-place streaming path around CQxEchosTransform.
+#pragma once
+#include "aplugins/qxppack1/delay/echos_transform.h"
+#include "aplugins/qxppack1/frame/effect_filter.h"
+
+inline constexpr CLSID CLSID_QxEchos = MakeGuid("54F29260-79B1-11D0-AEBC-00A0C9053912");
+inline constexpr CLSID CLSID_QxEchosPropPage = MakeGuid("54F29261-79B1-11D0-AEBC-00A0C9053912");
+
+class CQxEchos final : public CQxEffectFilter, public CQxEchosTransform {
+ public:
+  static CUnknown* CreateInstance(LPUNKNOWN outer, HRESULT* hr);
+  CQxEchos(LPUNKNOWN outer, HRESULT* hr);
+
+  DECLARE_IUNKNOWN
+  HRESULT NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
+
+  HRESULT GetWaveFormat(WAVEFORMATEX* format) override;
+};

@@ -1,0 +1,156 @@
+// Simple Delay's transform: parameter table, presets, snapshot/apply and the control interface.
+#include "aplugins/qxppack1/delay/echos_transform.h"
+
+#include <cstddef>
+
+namespace {
+#define NOTE_NAMES_17                                                                               \
+  u"64th Note Triplet,64th Note,Dotted 64th Note,32nd Note Triplet,32nd Note,Dotted 32nd Note,"     \
+  u"16th Note Triplet,16th Note,Dotted 16th Note,8th Note Triplet,8th Note,Dotted 8th Note,"        \
+  u"Quarter Note Triplet,Quarter Note,Dotted Quarter Note,Half Note Triplet,Half Note,Dotted Half Note"
+const WCHAR kDelayNotes[] = NOTE_NAMES_17;
+const WCHAR kDecayNotes[] = NOTE_NAMES_17 u",Measures";
+#undef NOTE_NAMES_17
+
+constexpr uint32_t Off(size_t o) { return static_cast<uint32_t>(o); }
+}  // namespace
+
+// Float ranges are what the host sees; raw ranges are the stored integers.
+QxParamInfo g_EchosParamInfo[ECHOS_PARAM_COUNT] = {
+    {MPT_FLOAT, MP_CURVES_ALL, 1, 5000, 2500, u"ms", u"Delay Time", 1, 5000, 1, nullptr, QX_STORE_INT,
+     Off(offsetof(EchosParams, DelayTime)), 0, -1, -1, -1, 0},
+    {MPT_FLOAT, MP_CURVES_ALL, 1, 200, 100, u"ms", u"Decay Time", 1, 200, 1, nullptr, QX_STORE_INT,
+     Off(offsetof(EchosParams, DecayTime)), 0, -1, -1, -1, 0},
+    {MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Multiple Delays", 1, 1, 0, nullptr, QX_STORE_INT,
+     Off(offsetof(EchosParams, MultipleDelays)), 0, -1, -1, -1, 0},
+    {MPT_FLOAT, MP_CURVES_ALL, -80, 0, -6, u"dB", u"Dry Out", 1, 0, -800, nullptr, QX_STORE_INT,
+     Off(offsetof(EchosParams, DryOut)), 0, -1, -1, -1, 0},
+    {MPT_FLOAT, MP_CURVES_ALL, -80, 0, -6, u"dB", u"Delay Out", 1, 0, -800, nullptr, QX_STORE_INT,
+     Off(offsetof(EchosParams, DelayOut)), 0, -1, -1, -1, 0},
+    {MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Bypass", 1, 1, 0, nullptr, QX_STORE_INT,
+     Off(offsetof(EchosParams, Bypass)), 0, -1, -1, -1, 0},
+    {MPT_ENUM, MP_CURVE_JUMP, 0, 17, 13, u"", u"Delay Time (Tempo)", 1, 17, 0, kDelayNotes, QX_STORE_INT,
+     Off(offsetof(EchosParams, DelayNote)), 0, -1, -1, -1, 0},
+    {MPT_FLOAT, MP_CURVES_ALL, 0.001f, 4, 1, u"", u"Delay Time Multiplier (Tempo)", 1, 4000, 1, nullptr,
+     QX_STORE_INT, Off(offsetof(EchosParams, DelayMultiplier)), 0, -1, -1, -1, 0},
+    {MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Tempo Sync Delay", 1, 1, 0, nullptr, QX_STORE_INT,
+     Off(offsetof(EchosParams, TempoSyncDelay)), 0, -1, -1, -1, 0},
+    {MPT_ENUM, MP_CURVE_JUMP, 0, 18, 18, u"", u"Decay Time (Tempo)", 1, 18, 0, kDecayNotes, QX_STORE_INT,
+     Off(offsetof(EchosParams, DecayNote)), 0, -1, -1, -1, 0},
+    {MPT_FLOAT, MP_CURVES_ALL, 0.001f, 32, 1, u"", u"Decay Time Multiplier (Tempo)", 1, 32000, 1, nullptr,
+     QX_STORE_INT, Off(offsetof(EchosParams, DecayMultiplier)), 0, -1, -1, -1, 0},
+    {MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Tempo Sync Decay", 1, 1, 0, nullptr, QX_STORE_INT,
+     Off(offsetof(EchosParams, TempoSyncDecay)), 0, -1, -1, -1, 0},
+};
+
+// Every row keeps the same tempo fields: quarter note x 1, measures x 1, sync off.
+#define ECHOS_ROW(md, dt, dc, dout, dry, byp) {md, dt, dc, dout, dry, byp, 13, 1000, 0, 18, 1000, 0}
+const QxEchosPreset g_EchosPresets[] = {
+    {u"(Default)", ECHOS_ROW(0, 100, 1, -60, -60, 0)},
+    {u"Default all parameters", ECHOS_ROW(0, 100, 1, -60, -60, 0)},
+    {u"Echo chamber", ECHOS_ROW(1, 400, 20, -30, -90, 0)},
+    {u"Slap-back echo", ECHOS_ROW(0, 400, 20, -120, -90, 0)},
+    {u"Grand Canyon", ECHOS_ROW(1, 1000, 30, -140, -40, 0)},
+    {u"Shift selection forwards  (select one channel only)", ECHOS_ROW(0, 1000, 20, 0, -800, 0)},
+    {u"Pseudo-stereo (select one channel only)", ECHOS_ROW(0, 10, 1, 0, -800, 0)},
+};
+#undef ECHOS_ROW
+const uint32_t g_EchosPresetCount = sizeof g_EchosPresets / sizeof g_EchosPresets[0];
+
+CQxEchosTransform::CQxEchosTransform() : CQxPlugInParams(g_EchosParamInfo, ECHOS_PARAM_COUNT) {
+  SetAllParameters(&g_EchosPresets[0].Params);
+}
+
+CQxEchosTransform::~CQxEchosTransform() = default;
+
+void CQxEchosTransform::MarkDirty() {
+  std::lock_guard<std::recursive_mutex> g(engineLock_);
+  ParamsDirty_ = true;
+  PersistDirty_ = true;
+}
+
+HRESULT CQxEchosTransform::GetAllParameters(EchosParams* record) {
+  if (!record) return E_POINTER;
+  GetAll(record);
+  return S_OK;
+}
+
+HRESULT CQxEchosTransform::SetAllParameters(const EchosParams* record) {
+  if (!record) return E_POINTER;
+  HRESULT hr = SetAll(record, ECHOS_PARAM_COUNT);
+  MarkDirty();
+  return hr;
+}
+
+HRESULT CQxEchosTransform::RegisterWindow(HWND window, uint16_t commandId) {
+  std::lock_guard<std::recursive_mutex> g(engineLock_);
+  return notifier_.Register(window, commandId);
+}
+
+void CQxEchosTransform::Notify(uint16_t code) {
+  std::lock_guard<std::recursive_mutex> g(engineLock_);
+  notifier_.Notify(code);
+}
+
+HRESULT CQxEchosTransform::GetField(uint32_t index, int32_t* value) { return GetStored(value, index); }
+
+HRESULT CQxEchosTransform::SetField(uint32_t index, int32_t value) {
+  const QxParamInfo& r = Info(index);
+  if (value < r.RawMin) value = r.RawMin;
+  if (value > r.RawMax) value = r.RawMax;
+  if (SetStored(&value, index) == S_OK) MarkDirty();
+  return S_OK;
+}
+
+HRESULT CQxEchosTransform::EndField(uint32_t index) {
+  HRESULT hr = EndGesture(index);
+  std::lock_guard<std::recursive_mutex> g(engineLock_);
+  ParamsDirty_ = true;
+  return hr;
+}
+
+HRESULT CQxEchosTransform::Start(const WAVEFORMATEX* format) {
+  engine_.SetFormat(format);
+  engine_.ClearBypassLatch();
+  Snapshot();
+  return engine_.Apply(snapshot_, RunFresh, nullptr);
+}
+
+void CQxEchosTransform::Stop() { engine_.Stop(); }
+
+bool CQxEchosTransform::Snapshot() {
+  std::lock_guard<std::recursive_mutex> g(engineLock_);
+  GetAll(&snapshot_);
+  bool was = ParamsDirty_;
+  ParamsDirty_ = false;
+  return was;
+}
+
+HRESULT CQxEchosTransform::Apply(QxRunMode mode, const QxTempoRecord* tempo) {
+  return engine_.Apply(snapshot_, mode, tempo);
+}
+
+bool CQxEchosTransform::BypassOn() {
+  int32_t bypass = 0;
+  GetStored(&bypass, ECHOS_BYPASS);
+  return bypass != 0;
+}
+
+bool CQxEchosTransform::BypassGate(uint32_t) { return engine_.BypassGate(BypassOn() ? 1 : 0); }
+
+int CQxEchosTransform::ProcessBlock(QxSampleForm form, QxRunMode mode, BYTE* buffer, uint32_t* frames,
+                                    int32_t tailRequest) {
+  switch (form) {
+    case QxSampleForm::Pcm8: return engine_.ProcessPcm8(mode, buffer, frames, tailRequest);
+    case QxSampleForm::Pcm16:
+      return engine_.ProcessPcm16(mode, reinterpret_cast<int16_t*>(buffer), frames, tailRequest);
+    case QxSampleForm::Pcm32:
+      return engine_.ProcessPcm32(mode, reinterpret_cast<int32_t*>(buffer), frames, tailRequest);
+    case QxSampleForm::Float32:
+      return engine_.ProcessFloat32(mode, reinterpret_cast<float*>(buffer), frames, tailRequest);
+    case QxSampleForm::Float64:
+      return engine_.ProcessFloat64(mode, reinterpret_cast<double*>(buffer), frames, tailRequest);
+    case QxSampleForm::None: break;
+  }
+  return 0;
+}

@@ -1,0 +1,61 @@
+// The contract between an in-place effect's streaming path and its transform: what a block needs
+// from the engine, the parameters and the tempo host, independent of the media graph.
+#pragma once
+#include <cstdint>
+
+#include "aplugins/qxppack1/frame/run_mode.h"
+#include "aplugins/qxppack1/frame/tempo_record.h"
+#include "platform/com/hresult.h"
+#include "platform/com/wave_format.h"
+
+class CQxPlugInParams;
+class CMFXTempo;
+struct QxStreamClock;
+
+enum class QxSampleForm { None, Pcm8, Pcm16, Pcm32, Float32, Float64 };
+
+// The form a reduced (plain) format is processed in: tag 1 with 8/16/32 bits, tag 3 with 32/64.
+inline QxSampleForm QxSampleFormOf(const WAVEFORMATEX& f) {
+  if (f.wFormatTag == WAVE_FORMAT_PCM) {
+    switch (f.wBitsPerSample) {
+      case 8: return QxSampleForm::Pcm8;
+      case 16: return QxSampleForm::Pcm16;
+      case 32: return QxSampleForm::Pcm32;
+    }
+  } else if (f.wFormatTag == WAVE_FORMAT_IEEE_FLOAT) {
+    switch (f.wBitsPerSample) {
+      case 32: return QxSampleForm::Float32;
+      case 64: return QxSampleForm::Float64;
+    }
+  }
+  return QxSampleForm::None;
+}
+
+class IQxEffectCore {
+ public:
+  virtual ~IQxEffectCore() = default;
+  // Keeps the format, snapshots and applies in RunFresh without tempo, clears the bypass latch.
+  virtual HRESULT Start(const WAVEFORMATEX* format) = 0;
+  // Frees delay memory.
+  virtual void Stop() = 0;
+  // Copies the parameters for the next Apply; returns the old dirty flag and clears it.
+  virtual bool Snapshot() = 0;
+  virtual HRESULT Apply(QxRunMode mode, const QxTempoRecord* tempo) = 0;
+  // True when the block is to be processed.
+  virtual bool BypassGate(uint32_t frames) = 0;
+  // True when bypass is on, so a tail would never run down.
+  virtual bool BypassOn() = 0;
+  // Runs one block of the given form in place; 1 when the tail is over.
+  virtual int ProcessBlock(QxSampleForm form, QxRunMode mode, BYTE* buffer, uint32_t* frames,
+                           int32_t tailRequest) = 0;
+  virtual bool ParamsValid() const = 0;
+  virtual bool TailFinished() const = 0;
+  // Posts the change notification with this code to the registered windows.
+  virtual void Notify(uint16_t code) = 0;
+
+  // The stream clock, the automation store (null when the effect has none) and the tempo host
+  // (null when the effect does not follow tempo).
+  virtual QxStreamClock& Clock() = 0;
+  virtual CQxPlugInParams* Params() = 0;
+  virtual CMFXTempo* Tempo() = 0;
+};

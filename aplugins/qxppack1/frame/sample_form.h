@@ -1,0 +1,70 @@
+// Conversion between the five interleaved sample forms an in-place engine accepts and the
+// double values its DSP works in; engines are written once as templates over these traits.
+#pragma once
+#include <bit>
+#include <cstdint>
+
+// Adding 1.5 x 2^52 pushes the fraction bits out of the mantissa, so the low word of the sum
+// is the value rounded to nearest with ties to even (valid for |v| < 2^31).
+inline constexpr double QX_ROUND_MAGIC = 6755399441055744.0;
+
+inline int32_t QxRoundNearestEven(double v) {
+  const uint64_t bits = std::bit_cast<uint64_t>(v + QX_ROUND_MAGIC);
+  return static_cast<int32_t>(static_cast<uint32_t>(bits));
+}
+
+// Clip written as two selects so it compiles to min/max instructions, not branches.
+inline double QxClip(double v, double lo, double hi) {
+  v = v > hi ? hi : v;
+  return v < lo ? lo : v;
+}
+
+// 8-bit PCM: unsigned, offset binary around 128.
+struct QxPcm8Form {
+  using Sample = uint8_t;
+  static constexpr uint8_t kSilenceByte = 128;
+  static double Read(const Sample& s) {
+    return static_cast<int8_t>(static_cast<uint8_t>(s ^ 0x80u)) * 0.0078125;
+  }
+  static Sample Write(double v) {
+    const int32_t r = QxRoundNearestEven(QxClip(v * 128.0, -128.0, 127.0));
+    return static_cast<Sample>(static_cast<uint32_t>(r) ^ 0x80u);
+  }
+};
+
+struct QxPcm16Form {
+  using Sample = int16_t;
+  static constexpr uint8_t kSilenceByte = 0;
+  static double Read(const Sample& s) { return s * 3.0517578125e-5; }
+  static Sample Write(double v) {
+    return static_cast<Sample>(QxRoundNearestEven(QxClip(v * 32768.0, -32768.0, 32767.0)));
+  }
+};
+
+struct QxPcm32Form {
+  using Sample = int32_t;
+  static constexpr uint8_t kSilenceByte = 0;
+  static double Read(const Sample& s) { return s * 4.656612873077393e-10; }
+  static Sample Write(double v) {
+    return QxRoundNearestEven(QxClip(v * 2147483648.0, -2147483648.0, 2147483647.0));
+  }
+};
+
+// Float forms are never clipped: values beyond full scale pass through.
+struct QxFloat32Form {
+  using Sample = float;
+  static constexpr uint8_t kSilenceByte = 0;
+  static double Read(const Sample& s) { return static_cast<double>(s); }
+  static Sample Write(double v) { return static_cast<float>(v); }
+};
+
+struct QxFloat64Form {
+  using Sample = double;
+  static constexpr uint8_t kSilenceByte = 0;
+  static double Read(const Sample& s) { return s; }
+  static Sample Write(double v) { return v; }
+};
+
+// The read scales are exact powers of two; the 32-bit one is written as a decimal.
+static_assert(4.656612873077393e-10 == 1.0 / 2147483648.0);
+static_assert(3.0517578125e-5 == 1.0 / 32768.0);

@@ -1,0 +1,138 @@
+// CWavSink: libsndfile writing of the delivered blocks. The file lives from Pause to Stop, so
+// each run writes it anew.
+#include "platform/mediagraph/wav_sink.h"
+
+#include <sndfile.h>
+
+#include <new>
+
+#include "platform/mediagraph/wav_forms.h"
+
+namespace {
+SNDFILE* File(void* p) { return static_cast<SNDFILE*>(p); }
+}  // namespace
+
+CWavSink::CWavSink(HRESULT* hr) : CSinkFilter("Wav sink", nullptr, CLSID_QxWavSink, hr) {}
+
+CWavSink::~CWavSink() { CloseFile(); }
+
+HRESULT CWavSink::Create(CWavSink** out) {
+  if (!out) return E_POINTER;
+  HRESULT hr = S_OK;
+  auto* s = new (std::nothrow) CWavSink(&hr);
+  if (!s) return E_OUTOFMEMORY;
+  s->NonDelegatingAddRef();
+  *out = s;
+  return hr;
+}
+
+HRESULT CWavSink::Fail(HRESULT hr, std::string text) {
+  m_error = std::move(text);
+  return hr;
+}
+
+HRESULT CWavSink::SetOutput(const std::string& path, int sfFormat) {
+  CAutoLock lock(&m_Lock);
+  if (m_State != State_Stopped) return VFW_E_NOT_STOPPED;
+  m_path = path;
+  m_requestedFormat = sfFormat;
+  return S_OK;
+}
+
+HRESULT CWavSink::CheckMediaType(const CMediaType* mt) {
+  return SUCCEEDED(WavFormOfType(*mt, nullptr, nullptr, nullptr)) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+}
+
+HRESULT CWavSink::Pause() {
+  CAutoLock lock(&m_Lock);
+  if (m_State == State_Stopped && m_Pin.IsConnected()) {
+    HRESULT hr = OpenFile();
+    if (FAILED(hr)) return hr;
+  }
+  return CSinkFilter::Pause();
+}
+
+HRESULT CWavSink::Stop() {
+  CAutoLock lock(&m_Lock);
+  HRESULT hr = CSinkFilter::Stop();
+  CAutoLock receive(&m_csReceive);
+  CloseFile();
+  return hr;
+}
+
+HRESULT CWavSink::OpenFile() {
+  CloseFile();
+  if (m_path.empty()) return Fail(E_UNEXPECTED, "the sink has no output file");
+  WavForm form;
+  WORD channels = 0;
+  DWORD rate = 0;
+  HRESULT hr = WavFormOfType(m_Pin.CurrentMediaType(), &form, &channels, &rate);
+  if (FAILED(hr)) return Fail(hr, "the connection's type is not a writable audio form");
+  int major = m_requestedFormat & SF_FORMAT_TYPEMASK;
+  int sub = m_requestedFormat & SF_FORMAT_SUBMASK;
+  if (major == 0) major = SF_FORMAT_WAV;
+  if (sub == 0) sub = SfSubtypeOfForm(form);
+  // The file's encoding decides the conversion on write; the form decides the buffer layout.
+  SF_INFO info{};
+  info.samplerate = static_cast<int>(rate);
+  info.channels = channels;
+  info.format = major | sub;
+  if (!sf_format_check(&info)) return Fail(E_INVALIDARG, "libsndfile cannot write that format to \"" + m_path + "\"");
+  SNDFILE* f = sf_open(m_path.c_str(), SFM_WRITE, &info);
+  if (!f) return Fail(STG_E_WRITEFAULT, "cannot create \"" + m_path + "\": " + sf_strerror(nullptr));
+  m_file = f;
+  m_form = static_cast<int>(form);
+  m_channels = channels;
+  m_blockAlign = reinterpret_cast<const WAVEFORMATEX*>(m_Pin.CurrentMediaType().Format())->nBlockAlign;
+  m_frames = 0;
+  m_eos = false;
+  m_error.clear();
+  return S_OK;
+}
+
+void CWavSink::CloseFile() {
+  if (m_file) sf_close(File(m_file));
+  m_file = nullptr;
+}
+
+HRESULT CWavSink::OnReceive(IMediaSample* sample) {
+  if (!m_file) return Fail(E_UNEXPECTED, "sample received with no file open");
+  BYTE* p = nullptr;
+  HRESULT hr = sample->GetPointer(&p);
+  if (FAILED(hr)) return Fail(hr, "sample without a buffer");
+  sf_count_t frames = sample->GetActualDataLength() / m_blockAlign;
+  if (frames <= 0) return S_OK;
+  SNDFILE* f = File(m_file);
+  sf_count_t put = 0;
+  switch (static_cast<WavForm>(m_form)) {
+    case WavForm::Pcm8: {
+      size_t n = static_cast<size_t>(frames) * m_channels;
+      if (m_shortScratch.size() < n) m_shortScratch.resize(n);  // grows to the block size once
+      for (size_t i = 0; i < n; ++i) m_shortScratch[i] = static_cast<short>((p[i] - 128) * 256);
+      put = sf_writef_short(f, m_shortScratch.data(), frames);
+      break;
+    }
+    case WavForm::Pcm16:
+      put = sf_writef_short(f, reinterpret_cast<const short*>(p), frames);
+      break;
+    case WavForm::Pcm24In32:
+    case WavForm::Pcm32:
+      put = sf_writef_int(f, reinterpret_cast<const int*>(p), frames);
+      break;
+    case WavForm::Float32:
+      put = sf_writef_float(f, reinterpret_cast<const float*>(p), frames);
+      break;
+    case WavForm::Float64:
+      put = sf_writef_double(f, reinterpret_cast<const double*>(p), frames);
+      break;
+  }
+  if (put != frames) return Fail(STG_E_WRITEFAULT, std::string("write error: ") + sf_strerror(f));
+  m_frames += put;
+  return S_OK;
+}
+
+HRESULT CWavSink::OnEndOfStream() {
+  m_eos = true;
+  if (m_file) sf_write_sync(File(m_file));
+  return S_OK;
+}
