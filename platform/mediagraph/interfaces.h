@@ -2,6 +2,7 @@
 // identifiers, the shared enums and records, and the graph status codes the com layer lacks.
 #pragma once
 #include "platform/com/hresult.h"
+#include "platform/com/persist.h"
 #include "platform/com/unknown.h"
 #include "platform/mediagraph/media_type.h"
 
@@ -16,7 +17,6 @@ inline constexpr HRESULT VFW_E_TIMEOUT = MakeHr(0x8004022E);
 inline constexpr HRESULT VFW_E_MEDIA_TIME_NOT_SET = MakeHr(0x80040251);
 inline constexpr HRESULT VFW_S_NO_STOP_TIME = MakeHr(0x00040270);
 
-inline constexpr IID IID_IPersist = MakeGuid("0000010C-0000-0000-C000-000000000046");
 inline constexpr IID IID_IMediaSample = MakeGuid("56A8689A-0AD4-11CE-B03A-0020AF0BA770");
 inline constexpr IID IID_IMemAllocator = MakeGuid("56A8689C-0AD4-11CE-B03A-0020AF0BA770");
 inline constexpr IID IID_IPin = MakeGuid("56A86891-0AD4-11CE-B03A-0020AF0BA770");
@@ -47,10 +47,6 @@ inline constexpr DWORD AM_GBF_NOWAIT = 4;
 struct IBaseFilter;
 struct IFilterGraph;
 struct IEnumFilters;
-
-struct IPersist : IUnknown {
-  virtual HRESULT GetClassID(CLSID* clsid) = 0;
-};
 
 struct IReferenceClock : IUnknown {
   virtual HRESULT GetTime(REFERENCE_TIME* time) = 0;

@@ -57,6 +57,33 @@ const QxEchosPreset g_EchosPresets[] = {
 #undef ECHOS_ROW
 const uint32_t g_EchosPresetCount = sizeof g_EchosPresets / sizeof g_EchosPresets[0];
 
+namespace {
+// Fields the two older versions lack: quarter-note delay, one-measure decay, sync off.
+void EchosDefaults(void* record) {
+  auto* p = static_cast<EchosParams*>(record);
+  p->DelayNote = 13;
+  p->DelayMultiplier = 1000;
+  p->TempoSyncDelay = 0;
+  p->DecayNote = 18;
+  p->DecayMultiplier = 1000;
+  p->TempoSyncDecay = 0;
+}
+
+void EchosVersion1(void* record) { static_cast<EchosParams*>(record)->Bypass = 0; }
+
+const QxPersistForm kEchosForms[] = {
+    {MakeGuid("9ACB0B09-C5DB-4431-BD64-741BDDA71AE2"), 68, 48, nullptr},
+    {MakeGuid("C9A9FEC7-8A9B-4CFE-AEBC-92EA0E505219"), 44, 24, nullptr},
+    {MakeGuid("54F29263-79B1-11D0-AEBC-00A0C9053912"), 40, 20, EchosVersion1},
+};
+using EchosPresetAccess = QxPresetAccess<QxEchosPreset, g_EchosPresets>;
+}  // namespace
+
+const QxEffectTables g_EchosTables = {
+    sizeof(EchosParams), kEchosForms, 3, EchosDefaults,
+    sizeof g_EchosPresets / sizeof g_EchosPresets[0], EchosPresetAccess::Name, EchosPresetAccess::Record,
+};
+
 CQxEchosTransform::CQxEchosTransform() : CQxPlugInParams(g_EchosParamInfo, ECHOS_PARAM_COUNT) {
   SetAllParameters(&g_EchosPresets[0].Params);
 }
@@ -80,6 +107,25 @@ HRESULT CQxEchosTransform::SetAllParameters(const EchosParams* record) {
   HRESULT hr = SetAll(record, ECHOS_PARAM_COUNT);
   MarkDirty();
   return hr;
+}
+
+HRESULT CQxEchosTransform::SetParam(DWORD index, MP_DATA value) {
+  HRESULT hr = CQxPlugInParams::SetParam(index, value);
+  if (hr == S_OK) {
+    MarkDirty();
+    Notify(QX_CHANGE_SET_PARAM);
+  }
+  return hr;
+}
+
+bool CQxEchosTransform::PersistDirtyFlag() {
+  std::lock_guard<std::recursive_mutex> g(engineLock_);
+  return PersistDirty_;
+}
+
+void CQxEchosTransform::SetPersistDirtyFlag(bool dirty) {
+  std::lock_guard<std::recursive_mutex> g(engineLock_);
+  PersistDirty_ = dirty;
 }
 
 HRESULT CQxEchosTransform::RegisterWindow(HWND window, uint16_t commandId) {

@@ -35,6 +35,8 @@ struct QxEchosPreset {
 };
 extern const QxEchosPreset g_EchosPresets[];
 extern const uint32_t g_EchosPresetCount;
+// Versions of the persistent record (current first), and the presets, for the frame.
+extern const QxEffectTables g_EchosTables;
 
 class CQxEchosTransform : public IQxEchosProp2,
                           public CQxPlugInParams,
@@ -73,6 +75,9 @@ class CQxEchosTransform : public IQxEchosProp2,
   HRESULT GetLicenceFlags(int32_t* v) override { return v ? (*v = licenceFlags_, S_OK) : E_POINTER; }
   int32_t HasTempoMap() override { return CMFXTempo::HasTempoMap() ? 1 : 0; }
 
+  // IMediaParams::SetParam: a host's change marks the record dirty and tells the pages.
+  HRESULT SetParam(DWORD index, MP_DATA value) override;
+
   // IQxEffectCore
   HRESULT Start(const WAVEFORMATEX* format) override;
   void Stop() override;
@@ -85,6 +90,13 @@ class CQxEchosTransform : public IQxEchosProp2,
   bool ParamsValid() const override { return engine_.ParamsValid(); }
   bool TailFinished() const override { return engine_.TailFinished(); }
   void Notify(uint16_t code) override;
+  const QxEffectTables& Tables() override { return g_EchosTables; }
+  void GetRecord(void* record) override { GetAll(record); }
+  HRESULT SetRecord(const void* record) override {
+    return SetAllParameters(static_cast<const EchosParams*>(record));
+  }
+  bool PersistDirtyFlag() override;
+  void SetPersistDirtyFlag(bool dirty) override;
   QxStreamClock& Clock() override { return *this; }
   CQxPlugInParams* Params() override { return this; }
   CMFXTempo* Tempo() override { return this; }

@@ -7,7 +7,8 @@
 #include "platform/ui/window.h"
 
 // Codes carried in the high word.
-inline constexpr uint16_t QX_CHANGE_INPUT_FORMAT = 0;   // also: a host SetParam
+inline constexpr uint16_t QX_CHANGE_INPUT_FORMAT = 0;
+inline constexpr uint16_t QX_CHANGE_SET_PARAM = 0;      // a host set one parameter
 inline constexpr uint16_t QX_CHANGE_OUTPUT_FORMAT = 1;
 inline constexpr uint16_t QX_CHANGE_ALL = 100;          // persistence load or preset
 

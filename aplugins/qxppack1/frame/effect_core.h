@@ -3,6 +3,7 @@
 #pragma once
 #include <cstdint>
 
+#include "aplugins/qxppack1/frame/persist.h"
 #include "aplugins/qxppack1/frame/run_mode.h"
 #include "aplugins/qxppack1/frame/tempo_record.h"
 #include "platform/com/hresult.h"
@@ -52,6 +53,14 @@ class IQxEffectCore {
   virtual bool TailFinished() const = 0;
   // Posts the change notification with this code to the registered windows.
   virtual void Notify(uint16_t code) = 0;
+
+  // The parameter record as a whole: its tables (versions and presets), reading it, and setting it
+  // as one gesture that marks the parameters and the persistent state dirty.
+  virtual const QxEffectTables& Tables() = 0;
+  virtual void GetRecord(void* record) = 0;
+  virtual HRESULT SetRecord(const void* record) = 0;
+  virtual bool PersistDirtyFlag() = 0;
+  virtual void SetPersistDirtyFlag(bool dirty) = 0;
 
   // The stream clock, the automation store (null when the effect has none) and the tempo host
   // (null when the effect does not follow tempo).

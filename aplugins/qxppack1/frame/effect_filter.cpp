@@ -37,6 +37,7 @@ CQxEffectFilter::~CQxEffectFilter() = default;
 HRESULT CQxEffectFilter::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
   if (!ppv) return E_POINTER;
   if (riid == IID_IQxAudioTransformFloat) return GetInterface(static_cast<IQxAudioTransformFloat*>(this), ppv);
+  if (QueryPersist(riid, ppv)) return S_OK;
   return CTransInPlaceFilter::NonDelegatingQueryInterface(riid, ppv);
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 #include "aplugins/qxppack1/frame/effect_core.h"
 #include "aplugins/qxppack1/frame/effect_interfaces.h"
+#include "aplugins/qxppack1/frame/persist.h"
 #include "platform/mediagraph/streams.h"
 
 class CQxEffectFilter;
@@ -18,7 +19,7 @@ class CQxEffectInputPin : public CTransInPlaceInputPin {
   CQxEffectFilter* effect_;
 };
 
-class CQxEffectFilter : public CTransInPlaceFilter, public IQxAudioTransformFloat {
+class CQxEffectFilter : public CTransInPlaceFilter, public IQxAudioTransformFloat, public CQxPersistFrame {
  public:
   // rendersTail: the effect renders its delay memory after the end of the stream.
   CQxEffectFilter(const char* name, LPUNKNOWN outer, REFCLSID clsid, HRESULT* hr, IQxEffectCore* core,
@@ -48,12 +49,22 @@ class CQxEffectFilter : public CTransInPlaceFilter, public IQxAudioTransformFloa
   int32_t AlwaysOne() override { return 1; }
   HRESULT Reset(int32_t clearAll) override;
 
+  // One answer for IPersist through the filter and through IPersistStream.
+  HRESULT GetClassID(CLSID* clsid) override { return CTransInPlaceFilter::GetClassID(clsid); }
+
   const WAVEFORMATEX& Format() const { return Format_; }
   uint32_t InstanceNumber() const { return InstanceNumber_; }
   bool InTail() const { return InTail_; }
   bool SampleSeen() const { return SampleSeen_; }
 
  protected:
+  const QxEffectTables& PersistTables() override { return core_->Tables(); }
+  void PersistGetRecord(void* record) override { core_->GetRecord(record); }
+  HRESULT PersistSetRecord(const void* record) override { return core_->SetRecord(record); }
+  bool PersistDirty() override { return core_->PersistDirtyFlag(); }
+  void SetPersistDirty(bool dirty) override { core_->SetPersistDirtyFlag(dirty); }
+  void NotifyChange(uint16_t code) override { core_->Notify(code); }
+
   // The default pins are named "Input" and "Output"; an effect may give its own input pin class.
   virtual CQxEffectInputPin* MakeInputPin(HRESULT* hr);
 

@@ -20,3 +20,18 @@ struct IQxAudioTransformFloat : IUnknown {
   virtual int32_t AlwaysOne() = 0;
   virtual HRESULT Reset(int32_t clearAll) = 0;
 };
+
+inline constexpr IID IID_IStaticFilterPreset = MakeGuid("36A22460-0CC9-11D0-8574-00A0C9053912");
+inline constexpr IID IID_IQxTranslationInfo = MakeGuid("9E43494C-2217-425F-B36A-762C9D4EE58A");
+
+// Named, read-only parameter sets compiled into the module.
+struct IStaticFilterPreset : IUnknown {
+  virtual HRESULT GetPresetCount(LONG* count) = 0;
+  // Copies the row's name in the present language; the buffer must hold it.
+  virtual HRESULT GetPresetName(LONG index, WCHAR* text) = 0;
+  virtual HRESULT LoadPreset(LONG index) = 0;
+};
+
+struct IQxTranslationInfo : IUnknown {
+  virtual HRESULT SetLanguage(DWORD lcid) = 0;
+};
