@@ -65,6 +65,8 @@ struct Rig {
   }
   ~Rig() {
     for (IBaseFilter* b : Filters()) b->Stop();
+    // Connected pins hold their peers; break the links so the filters can go.
+    for (CBasePin* pin : {source->GetPin(0), echos->GetPin(0), echos->GetPin(1), sink->GetPin(0)}) pin->Disconnect();
     source->Release();
     echos->NonDelegatingRelease();
     sink->Release();
