@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "tools/qxfx/tempo_host.h"
+
 namespace {
 bool ParseLong(const std::string& s, long* v) {
   if (s.empty()) return false;
@@ -29,6 +31,8 @@ bool QxfxParse(int argc, char** argv, QxfxCommandLine* out, std::string* error) 
     };
     if (a == "-h" || a == "--help") {
       out->help = true;
+    } else if (a == "--json") {
+      out->json = true;
     } else if (a == "-q" || a == "--quiet") {
       out->quiet = true;
     } else if (a == "--block-frames" || a.rfind("--block-frames=", 0) == 0) {
@@ -48,6 +52,37 @@ bool QxfxParse(int argc, char** argv, QxfxCommandLine* out, std::string* error) 
       const char* p = value("--preset");
       if (!p) return false;
       out->preset = p;
+    } else if (a == "--automate" || a == "--load-state" || a == "--save-state" || a == "--lang") {
+      const char* p = value(a.c_str());
+      if (!p) return false;
+      if (a == "--automate") out->automations.push_back(p);
+      if (a == "--load-state") out->loadState = p;
+      if (a == "--save-state") out->saveState = p;
+      if (a == "--lang") {
+        std::string v = p;
+        long id = 0;
+        bool hex = v.rfind("0x", 0) == 0 || v.rfind("0X", 0) == 0;
+        char* end = nullptr;
+        errno = 0;
+        id = std::strtol(hex ? v.c_str() + 2 : v.c_str(), &end, hex ? 16 : 10);
+        if (v.empty() || errno || *end || id < 0 || id > 0xFFFF) {
+          *error = "--lang takes a language identifier such as 1033 or 0x409, not '" + v + "'";
+          return false;
+        }
+        out->lang = id;
+      }
+    } else if (a == "--tempo" || a == "--meter" || a == "--tempo-map") {
+      const char* p = value(a.c_str());
+      if (!p) return false;
+      if (a == "--tempo-map") {
+        out->tempoMap = p;
+      } else if (a == "--tempo" && !QxfxParseTempo(p, &out->tempo)) {
+        *error = "--tempo takes beats per minute from 1 to 999, not '" + std::string(p) + "'";
+        return false;
+      } else if (a == "--meter" && !QxfxParseMeter(p, &out->meterNumerator, &out->meterDenominator)) {
+        *error = "--meter takes N/D such as 3/4 or 6/8 (D a power of two up to 64), not '" + std::string(p) + "'";
+        return false;
+      }
     } else if (a == "--set" || a.rfind("--set=", 0) == 0) {
       std::string v;
       if (a == "--set") {

@@ -14,8 +14,17 @@ struct QxfxCommandLine {
   std::string effect;                 // process: the effect name
   std::string preset;                 // --preset N|NAME, empty when absent
   std::vector<QxfxSetting> settings;  // --set FIELD=VALUE, in order
+  std::vector<std::string> automations;  // --automate "PARAM=CURVE:T:V,T:V..."
+  std::string loadState;              // --load-state FILE
+  std::string saveState;              // --save-state FILE
+  long lang = -1;                     // --lang LCID, -1 when absent
+  double tempo = 0.0;                 // --tempo BPM, 0 when absent
+  int meterNumerator = 0;             // --meter N/D, 0 when absent
+  int meterDenominator = 0;
+  std::string tempoMap;               // --tempo-map FILE
   long blockFrames = 4096;
   bool quiet = false;
+  bool json = false;
   bool help = false;
 };
 

@@ -8,10 +8,14 @@
 #include <string>
 #include <vector>
 
-#include "aplugins/qxppack1/module/class_table.h"
 #include "tools/qxfx/cli.h"
+#include "tools/qxfx/effect_options.h"
 #include "tools/qxfx/effects.h"
 #include "tools/qxfx/file_graph.h"
+#include "tools/qxfx/module_commands.h"
+#include "tools/qxfx/module_loader.h"
+#include "tools/qxfx/tempo_host.h"
+#include "tools/qxfx/time_options.h"
 
 namespace {
 std::string Narrow(const std::u16string& s) {
@@ -24,11 +28,33 @@ void Usage(FILE* to) {
   std::fprintf(to,
                "usage: qxfx COMMAND ...\n"
                "\n"
-               "  qxfx process IN OUT EFFECT [--preset N|NAME] [--set FIELD=VALUE]...\n"
+               "  qxfx process IN OUT EFFECT [effect options]\n"
                "        run EFFECT over the audio file IN and write OUT in the same sample form\n"
-               "  qxfx list                 the effects and their class identifiers\n"
+               "  qxfx list                 the module's classes, their state and registration\n"
+               "  qxfx register             register the module's classes and filters\n"
+               "  qxfx unregister           remove them from the registry again\n"
+               "  qxfx presets EFFECT       the effect's presets [--json]\n"
+               "  qxfx params EFFECT        the effect's automation parameters [--json]\n"
                "  qxfx help [EFFECT]        this text, or an effect's fields and ranges\n"
                "  qxfx info FILE            length, form and peak level of an audio file\n"
+               "\n"
+               "effect options (applied in this order):\n"
+               "  --lang LCID               language of names and texts, e.g. 1031 or 0x407\n"
+               "  --load-state FILE         the effect's saved state (as --save-state wrote it)\n"
+               "  --preset N|NAME           a preset by index or name (qxfx presets EFFECT)\n"
+               "  --set FIELD=VALUE         one field of the parameter record, stored value\n"
+               "  --automate \"PARAM=CURVE:T:V,T:V...\"\n"
+               "                            an envelope for an automation parameter (label or index),\n"
+               "                            CURVE jump|linear|square|invsquare|sine, T in s or ms,\n"
+               "                            V in the parameter's units, e.g. \"Dry Out=linear:0s:-60,2.5s:0\"\n"
+               "  --save-state FILE         write the effect's state once the options are applied\n"
+               "  --tempo BPM               host tempo for effects that follow tempo (e.g. simple-delay)\n"
+               "  --meter N/D               host meter, e.g. 3/4 (default 4/4)\n"
+               "  --tempo-map FILE          tempo and meter changes: lines 'tempo AT BPM' and\n"
+               "                            'meter AT N/D', AT in s, ms or beats (8b); see the README\n"
+               "  --percent P               time-stretch: output P %% of the input's length (50 to 500)\n"
+               "  --tempo-from A --tempo-to B\n"
+               "                            time-stretch: from tempo A to tempo B in bpm\n"
                "\n"
                "options (anywhere on the line):\n"
                "  --block-frames N          frames per media sample fed to the effect (default 4096)\n"
@@ -60,18 +86,6 @@ const QxfxEffect* EffectOrComplain(const std::string& name) {
   return e;
 }
 
-int List() {
-  for (int i = 0; i < g_cTemplates; ++i) {
-    const CFactoryTemplate& row = g_Templates[i];
-    std::string cmd;
-    for (const QxfxEffect& e : QxfxEffects())
-      if (e.clsid == *row.m_ClsID) cmd = e.name;
-    std::printf("%-24s {%s}  %s\n", Narrow(row.m_Name).c_str(), GuidToString(*row.m_ClsID).c_str(),
-                cmd.c_str());
-  }
-  return 0;
-}
-
 int HelpEffect(const std::string& name) {
   const QxfxEffect* e = EffectOrComplain(name);
   if (!e) return 1;
@@ -86,16 +100,6 @@ int HelpEffect(const std::string& name) {
   return 0;
 }
 
-bool ParseInt(const std::string& s, int32_t* v) {
-  if (s.empty()) return false;
-  char* end = nullptr;
-  errno = 0;
-  long r = std::strtol(s.c_str(), &end, 10);
-  if (errno || *end || r < INT32_MIN || r > INT32_MAX) return false;
-  *v = static_cast<int32_t>(r);
-  return true;
-}
-
 int Info(const std::string& path) {
   QxfxFileInfo info;
   std::string error;
@@ -108,6 +112,37 @@ int Info(const std::string& path) {
   return 0;
 }
 
+// Makes the filter as a host does: by class identifier through the loaded module.
+bool MakeFilter(const QxfxEffect& effect, ComPtr<IBaseFilter>* filter, std::string* error) {
+  const QxfxModule* module = QxfxModule::Get(error);
+  if (!module) return false;
+  ComPtr<IClassFactory> factory;
+  HRESULT hr = module->GetClassObject(effect.clsid, IID_IClassFactory, factory.PutVoid());
+  if (FAILED(hr)) {
+    *error = "the module has no class for " + effect.name;
+    return false;
+  }
+  hr = factory->CreateInstance(nullptr, IID_IBaseFilter, filter->PutVoid());
+  if (hr == E_NOTIMPL) *error = effect.name + " is not built yet";
+  else if (FAILED(hr)) *error = "could not create " + effect.name + QxfxDescribe(hr);
+  return SUCCEEDED(hr);
+}
+
+// qxfx presets EFFECT / qxfx params EFFECT
+int Listing(const QxfxCommandLine& cl) {
+  if (cl.words.size() != 1) return Fail(cl.command + " needs one EFFECT (qxfx list shows them)");
+  const QxfxEffect* effect = EffectOrComplain(cl.words[0]);
+  if (!effect) return 1;
+  ComPtr<IBaseFilter> filter;
+  std::string error;
+  if (!MakeFilter(*effect, &filter, &error)) return Fail(error);
+  if (cl.command == "presets")
+    QxfxPrintPresets(filter.Get(), cl.json);
+  else
+    QxfxPrintParams(filter.Get(), *effect, cl.json);
+  return 0;
+}
+
 int Process(const QxfxCommandLine& cl) {
   if (cl.words.size() < 3)
     return Fail("process needs IN OUT EFFECT (e.g. qxfx process in.wav out.wav simple-delay)");
@@ -117,38 +152,28 @@ int Process(const QxfxCommandLine& cl) {
   const QxfxEffect* effect = EffectOrComplain(cl.words[2]);
   if (!effect) return 1;
 
-  // Make the filter as a host does: by class identifier through the class table.
-  ComPtr<IClassFactory> factory;
-  HRESULT hr = DllGetClassObject(effect->clsid, IID_IClassFactory, factory.PutVoid());
-  if (FAILED(hr)) return Fail("the module has no class for " + effect->name);
   ComPtr<IBaseFilter> filter;
-  hr = factory->CreateInstance(nullptr, IID_IBaseFilter, filter.PutVoid());
-  if (hr == E_NOTIMPL) return Fail(effect->name + " is not built yet");
-  if (FAILED(hr)) return Fail("could not create " + effect->name + QxfxDescribe(hr));
-
-  if (!cl.preset.empty()) return Fail("presets are not available yet; set fields with --set FIELD=VALUE");
-  for (const QxfxSetting& s : cl.settings) {
-    const QxfxField* field = QxfxFindField(*effect, s.field);
-    if (!field) {
-      std::vector<std::string> names;
-      for (const QxfxField& f : effect->fields) names.push_back(f.name);
-      std::string hint = QxfxNearest(s.field, names);
-      return Fail("unknown field '" + s.field + "' for " + effect->name +
-                  (hint.empty() ? "" : " (did you mean '" + hint + "'?)") + "; qxfx help " + effect->name +
-                  " lists them");
-    }
-    int32_t v = 0;
-    if (!ParseInt(s.value, &v) || v < field->min || v > field->max)
-      return Fail("bad value '" + s.value + "' for " + s.field + ": a whole number from " +
-                  std::to_string(field->min) + " to " + std::to_string(field->max) + " (" + field->unit + ")");
-    hr = field->set(filter.Get(), v);
-    if (FAILED(hr)) return Fail("could not set " + s.field + QxfxDescribe(hr));
-  }
+  std::string error;
+  if (!MakeFilter(*effect, &filter, &error)) return Fail(error);
+  if (!QxfxConfigure(filter.Get(), *effect, cl, &error)) return Fail(error);
+  if (!QxfxApplyTimeOptions(filter.Get(), *effect, cl, &error)) return Fail(error);
+  // Effects that follow tempo get the host's maps; playback starts at tick 0.
+  QxfxTempoOptions tempo;
+  tempo.tempo = cl.tempo;
+  tempo.numerator = cl.meterNumerator;
+  tempo.denominator = cl.meterDenominator;
+  tempo.mapFile = cl.tempoMap;
+  bool tempoConnected = false;
+  if (!QxfxConnectTempo(filter.Get(), tempo, in, &tempoConnected, &error)) return Fail(error);
+  if (tempo.Any() && !tempoConnected && !cl.quiet)
+    std::fprintf(stderr, "qxfx: %s does not follow tempo; --tempo, --meter and --tempo-map are ignored\n",
+                 effect->name.c_str());
+  // The state saved is what the options set up, before any envelope moves a value.
+  if (!cl.saveState.empty() && !QxfxSaveState(filter.Get(), cl.saveState, &error)) return Fail(error);
 
   QxfxRunOptions opt;
   opt.blockFrames = static_cast<uint32_t>(cl.blockFrames);
   QxfxRunResult result;
-  std::string error;
   if (!QxfxRunFile(in, out, {filter.Get()}, opt, &result, &error)) return Fail(error);
   if (!cl.quiet)
     std::fprintf(stderr, "qxfx: %s -> %s: %lld frames in, %lld frames out\n", in.c_str(), out.c_str(),
@@ -160,6 +185,7 @@ int Process(const QxfxCommandLine& cl) {
 int main(int argc, char** argv) {
   QxfxCommandLine cl;
   std::string error;
+  if (!QxfxTakeTimeOptions(&argc, argv, &error)) return Fail(error);
   if (!QxfxParse(argc, argv, &cl, &error)) return Fail(error);
   if (cl.help || cl.command.empty()) {
     if (cl.help && !cl.command.empty() && cl.command != "help" && cl.command != "process") {
@@ -169,7 +195,9 @@ int main(int argc, char** argv) {
     Usage(cl.help ? stdout : stderr);
     return cl.help ? 0 : 2;
   }
-  if (cl.command == "list") return List();
+  if (cl.command == "list") return QxfxList();
+  if (cl.command == "register") return QxfxRegister(cl.quiet);
+  if (cl.command == "unregister") return QxfxUnregister(cl.quiet);
   if (cl.command == "help") {
     if (cl.words.empty()) {
       Usage(stdout);
@@ -182,11 +210,13 @@ int main(int argc, char** argv) {
     return Info(cl.words[0]);
   }
   if (cl.command == "process") return Process(cl);
+  if (cl.command == "presets" || cl.command == "params") return Listing(cl);
   if (cl.command == "make-demo-input") {
     if (cl.words.size() != 1) return Fail("make-demo-input needs one OUT file");
     return QxfxWriteDemoInput(cl.words[0], &error) ? 0 : Fail(error);
   }
-  std::string hint = QxfxNearest(cl.command, {"process", "list", "help", "info"});
+  std::string hint = QxfxNearest(cl.command, {"process", "list", "help", "info", "presets", "params", "register",
+                                              "unregister"});
   return Fail("unknown command '" + cl.command + "'" + (hint.empty() ? "" : " (did you mean '" + hint + "'?)") +
               "; qxfx --help shows them");
 }

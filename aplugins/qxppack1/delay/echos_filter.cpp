@@ -16,10 +16,8 @@ CQxEchos::CQxEchos(LPUNKNOWN outer, HRESULT* hr)
 HRESULT CQxEchos::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
   if (!ppv) return E_POINTER;
   if (riid == IID_IQxEchosProp2) return GetInterface(static_cast<IQxEchosProp2*>(this), ppv);
-  if (riid == IID_IMediaParamInfo) return GetInterface(static_cast<IMediaParamInfo*>(this), ppv);
-  if (riid == IID_IMediaParams) return GetInterface(static_cast<IMediaParams*>(this), ppv);
-  if (riid == IID_IMediaParamsSetUICallback)
-    return GetInterface(static_cast<IMediaParamsSetUICallback*>(this), ppv);
+  if (QueryParams(riid, ppv)) return S_OK;
+  if (riid == IID_IMfxSoftSynth) return GetInterface(static_cast<IMfxSoftSynth*>(this), ppv);
   return CQxEffectFilter::NonDelegatingQueryInterface(riid, ppv);
 }
 

@@ -15,4 +15,9 @@ class CQxEchos final : public CQxEffectFilter, public CQxEchosTransform {
   HRESULT NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
 
   HRESULT GetWaveFormat(WAVEFORMATEX* format) override;
+
+ protected:
+  // The tempo host counts in the negotiated format's rate, on either door.
+  HRESULT TempoWaveFormat(WAVEFORMATEX* format) override { return GetWaveFormat(format); }
+  uint32_t TempoSampleRate() override { return Format().nSamplesPerSec; }
 };

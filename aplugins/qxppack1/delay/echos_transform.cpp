@@ -82,6 +82,7 @@ using EchosPresetAccess = QxPresetAccess<QxEchosPreset, g_EchosPresets>;
 const QxEffectTables g_EchosTables = {
     sizeof(EchosParams), kEchosForms, 3, EchosDefaults,
     sizeof g_EchosPresets / sizeof g_EchosPresets[0], EchosPresetAccess::Name, EchosPresetAccess::Record,
+    /*QuietOnUnknown=*/false,
 };
 
 CQxEchosTransform::CQxEchosTransform() : CQxPlugInParams(g_EchosParamInfo, ECHOS_PARAM_COUNT) {

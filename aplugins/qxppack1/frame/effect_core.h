@@ -42,6 +42,9 @@ class IQxEffectCore {
   // Copies the parameters for the next Apply; returns the old dirty flag and clears it.
   virtual bool Snapshot() = 0;
   virtual HRESULT Apply(QxRunMode mode, const QxTempoRecord* tempo) = 0;
+  // The change masks of the parameters the envelopes moved in this step, given just before the
+  // step's Apply; effects whose update depends on which parameters moved keep it.
+  virtual void SetStepStatus(uint32_t status) {}
   // True when the block is to be processed.
   virtual bool BypassGate(uint32_t frames) = 0;
   // True when bypass is on, so a tail would never run down.

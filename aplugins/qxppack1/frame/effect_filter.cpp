@@ -178,6 +178,7 @@ CQxEffectFilter::StepResult CQxEffectFilter::RunSteps(BYTE* buffer, uint32_t fra
                                  : !(!dirty && core_->ParamsValid() && !moved && !tempoPending &&
                                      mode != RunFresh && !TailEnded_);
       if (needApply) {
+        core_->SetStepStatus(moved);
         HRESULT hr = core_->Apply(mode, &record);
         if (FAILED(hr)) {
           r.failure = hr;

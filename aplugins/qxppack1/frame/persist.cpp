@@ -41,6 +41,7 @@ HRESULT CQxPersistFrame::Load(IStream* stream) {
   const QxPersistForm* form = nullptr;
   for (uint32_t i = 0; i < t.FormCount; ++i)
     if (t.Forms[i].Tag == tag && t.Forms[i].Size == size) form = &t.Forms[i];
+  if (!form && t.QuietOnUnknown) return S_OK;
   if (form) {
     got = 0;
     HRESULT hr = stream->Read(record.data(), form->DataBytes, &got);

@@ -27,6 +27,9 @@ struct QxEffectTables {
   uint32_t PresetCount;
   const WCHAR* (*PresetName)(uint32_t index);     // a literal or a catalogue key
   const void* (*PresetRecord)(uint32_t index);
+  // A header of no known version: some effects change nothing and stay silent, the others still
+  // tell the pages that all parameters may have changed.
+  bool QuietOnUnknown = false;
 };
 
 // Holds a preset table of rows {const WCHAR* Name; Record Params;} and answers the two accessors.

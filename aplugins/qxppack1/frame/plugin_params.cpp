@@ -75,6 +75,14 @@ CQxPlugInParams::~CQxPlugInParams() {
   if (callback_) callback_->Release();
 }
 
+bool CQxPlugInParams::QueryParams(REFIID riid, void** ppv) {
+  if (riid == IID_IMediaParamInfo) return GetInterface(static_cast<IMediaParamInfo*>(this), ppv) == S_OK;
+  if (riid == IID_IMediaParams) return GetInterface(static_cast<IMediaParams*>(this), ppv) == S_OK;
+  if (riid == IID_IMediaParamsSetUICallback)
+    return GetInterface(static_cast<IMediaParamsSetUICallback*>(this), ppv) == S_OK;
+  return false;
+}
+
 // ---- stored and float values ----
 
 double CQxPlugInParams::FloatToStored(uint32_t index, float value) const {

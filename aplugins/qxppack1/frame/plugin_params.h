@@ -86,6 +86,9 @@ class CQxPlugInParams : public IMediaParamInfo,
   // IMediaParamsSetUICallback
   HRESULT SetUICallback(IMediaParamsUICallback* callback) override;
 
+  // Answers the three media-parameter interfaces for the owning object, or returns false.
+  bool QueryParams(REFIID riid, void** ppv);
+
   uint32_t ParamCount() const { return count_; }
   const QxParamInfo& Info(uint32_t index) const { return table_[index]; }
   bool Initialised() const { return initialised_; }

@@ -3,7 +3,13 @@
 
 #include <new>
 
+#include "aplugins/qxppack1/delay/chorus_filter.h"
 #include "aplugins/qxppack1/delay/echos_filter.h"
+#include "aplugins/qxppack1/delay/echomt_filter.h"
+#include "aplugins/qxppack1/pitchtime/time_filter.h"
+#include "aplugins/qxppack1/reverb/reverb_filter.h"
+#include "aplugins/qxppack1/module/filter_setup.h"
+#include "aplugins/qxppack1/module/module_entry.h"
 
 namespace {
 // Rows whose classes are not built yet answer E_NOTIMPL from their creation function.
@@ -25,17 +31,17 @@ constexpr CLSID kChorusPage = MakeGuid("28D9F1E1-6ECC-11D0-AEBC-00A0C9053912");
 }  // namespace
 
 const CFactoryTemplate g_Templates[] = {
-    {u"Time Stretch", &kTime, NotBuilt, nullptr, nullptr},
+    {u"Time Stretch", &kTime, CQxTime::CreateInstance, nullptr, &g_QxTimeSetup},
     {u"QxTime Property Page", &kTimePage, NotBuilt, nullptr, nullptr},
-    {u"Pitch Shift", &kPitchs, NotBuilt, nullptr, nullptr},
+    {u"Pitch Shift", &kPitchs, NotBuilt, nullptr, &g_QxPitchsSetup},
     {u"QxPitchs Property Page", &kPitchsPage, NotBuilt, nullptr, nullptr},
-    {u"Simple Delay", &CLSID_QxEchos, CQxEchos::CreateInstance, nullptr, nullptr},
+    {u"Simple Delay", &CLSID_QxEchos, CQxEchos::CreateInstance, nullptr, &g_QxEchosSetup},
     {u"QxEchos Property Page", &CLSID_QxEchosPropPage, NotBuilt, nullptr, nullptr},
-    {u"Multi-Tap Delay", &kEchomt, NotBuilt, nullptr, nullptr},
+    {u"Multi-Tap Delay", &kEchomt, CQxEchomt::CreateInstance, nullptr, &g_QxEchomtSetup},
     {u"QxEchomt Property Page", &kEchomtPage, NotBuilt, nullptr, nullptr},
-    {u"Reverb", &kReverb, NotBuilt, nullptr, nullptr},
+    {u"Reverb", &kReverb, CQxReverb::CreateInstance, nullptr, &g_QxReverbSetup},
     {u"QxReverb Property Page", &kReverbPage, NotBuilt, nullptr, nullptr},
-    {u"Chorus", &kChorus, NotBuilt, nullptr, nullptr},
+    {u"Chorus", &kChorus, CQxChorus::CreateInstance, nullptr, &g_QxChorusSetup},
     {u"QxChorus Property Page", &kChorusPage, NotBuilt, nullptr, nullptr},
 };
 const int g_cTemplates = sizeof g_Templates / sizeof g_Templates[0];
@@ -43,6 +49,8 @@ const int g_cTemplates = sizeof g_Templates / sizeof g_Templates[0];
 extern "C" HRESULT DllGetClassObject(REFCLSID clsid, REFIID riid, void** ppv) {
   if (!ppv) return E_POINTER;
   *ppv = nullptr;
+  // A module whose kernel failed to start makes nothing.
+  if (QxModule_StartState() == QxModuleStart::Failed) return QXPPACK1_E_NOT_STARTED;
   if (!(riid == IID_IUnknown) && !(riid == IID_IClassFactory)) return E_NOINTERFACE;
   for (int i = 0; i < g_cTemplates; ++i) {
     if (!g_Templates[i].IsClassID(clsid)) continue;

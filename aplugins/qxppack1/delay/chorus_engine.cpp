@@ -1,0 +1,299 @@
+// Chorus engine: line setup, the update (design or light), and the voice cascade written once per
+// sample form and channel layout.
+#include "aplugins/qxppack1/delay/chorus_engine.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <type_traits>
+
+namespace {
+// Each voice scales its delay and oscillator period by its entry; the stereo path weights the wet
+// signal by entry 0 of the two side tables. The other entries are never read.
+constexpr double kVoiceScale[10] = {1.0,      0.811731, 1.132329, 1.213153, 0.817387,
+                                    0.719901, 0.311127, 1.472317, 0.911793, 1.157951};
+constexpr double kLeftGain[10] = {0.9, 0.7, 0.8, 1.0, 0.7, 0.8, 1.0, 0.9, 0.0, 0.0};
+constexpr double kRightGain[10] = {0.95, 0.9, 1.0, 0.7, 1.0, 1.0, 0.8, 0.1, 0.0, 0.0};
+
+// A ten-digit 2 pi, a hair above the true value; the filter and the oscillator both use it.
+constexpr double kTwoPi = 6.28318530718;
+
+// Tenths of a dB to linear; -600 and below are exact silence.
+double Level(int32_t tenthsDb) { return tenthsDb > -600 ? std::pow(10.0, tenthsDb / 200.0) : 0.0; }
+}  // namespace
+
+// A voice's running state, copied into locals for one span.
+struct CQxChorusEngine::Voice {
+  double* line;
+  double* state;
+  double read;
+  double period;
+  double step;
+  int32_t write;
+  int32_t counter;
+  double gain;
+};
+
+CQxChorusEngine::CQxChorusEngine() = default;
+
+CQxChorusEngine::~CQxChorusEngine() { FreeLines(); }
+
+void CQxChorusEngine::SetFormat(const WAVEFORMATEX* format) { format_ = format; }
+
+void CQxChorusEngine::FreeLines() {
+  for (double*& line : delayLine_) {
+    std::free(line);
+    line = nullptr;
+  }
+  channels_ = 0;
+}
+
+void CQxChorusEngine::Stop() {
+  FreeLines();
+  designValid_ = false;
+}
+
+HRESULT CQxChorusEngine::Allocate() {
+  FreeLines();
+  designValid_ = false;
+  if (!format_ || format_->nChannels < 1 || format_->nChannels > kMaxChannels) return E_INVALIDARG;
+  const float rate = static_cast<float>(format_->nSamplesPerSec);
+  delayFrames_ = static_cast<uint32_t>(std::ceil(static_cast<double>(rate) * 2.0 / 10.0 + 100.0));
+  const size_t doubles = static_cast<size_t>(delayFrames_) * format_->nChannels;
+  for (double*& line : delayLine_) {
+    line = static_cast<double*>(std::calloc(doubles, sizeof(double)));
+    if (!line) {
+      FreeLines();
+      return E_OUTOFMEMORY;
+    }
+  }
+  channels_ = format_->nChannels;
+  for (int v = 0; v < kVoices; ++v) {
+    writeIndex_[v] = 0;
+    lfoCounter_[v] = 0;
+  }
+  std::memset(lowPassState_, 0, sizeof lowPassState_);
+  SetUpdateFlags(QX_CHORUS_DESIGN | QX_CHORUS_CLEAR);
+  return S_OK;
+}
+
+HRESULT CQxChorusEngine::Update(const ChorusParams& p, bool keepMemory, const QxTempoRecord* tempo) {
+  bypassed_ = p.bypass != 0;
+  if (!keepMemory) SetUpdateFlags(QX_CHORUS_DESIGN | QX_CHORUS_CLEAR);
+  if (UpdateFlags() & QX_CHORUS_DESIGN) {
+    // Swapped, not overwritten: a setter's request arriving during the design is kept.
+    const uint32_t flags = updateFlags_.exchange(QX_CHORUS_LIGHT, std::memory_order_relaxed);
+    const bool ready = format_ && channels_ != 0 && delayLine_[0];
+    if (ready) Design(p, (flags & QX_CHORUS_CLEAR) != 0, tempo);
+    designValid_ = ready;
+  } else if (UpdateFlags() & QX_CHORUS_LIGHT) {
+    if (designValid_) LightUpdate(p, tempo);
+  }
+  return designValid_ ? S_OK : E_OUTOFMEMORY;
+}
+
+double CQxChorusEngine::PeriodSeconds(const ChorusParams& p, const QxTempoRecord* tempo) const {
+  if (!p.tempoSync || !tempo) return p.modRate ? 1000.0 / p.modRate : 1.0;
+  // A record without valid bits (no host maps) still counts: it gives a 2-second beat.
+  const double beat = (tempo->Flags & QX_TEMPO_VALID) ? 60.0 / tempo->Tempo : 2.0;
+  double length;
+  if (p.modPeriodNote == QX_NOTE_MEASURES)
+    length = (tempo->Flags & QX_METER_VALID) ? QxMeasureBeats(tempo->BeatsPerMeasure, tempo->BeatValue)
+                                              : 4.0;
+  else
+    length = QxNoteBeats(p.modPeriodNote);
+  return beat * length * (p.modPeriodMultiplier / 1000.0);
+}
+
+void CQxChorusEngine::Gains(const ChorusParams& p) {
+  inputLin_ = Level(p.inputGain);
+  dryLin_ = Level(p.dryOut);
+  wet_ = Level(p.chorusOut);
+  if (p.invertChorusPhase) wet_ = -wet_;
+  for (int k = 0; k < 10; ++k) {
+    leftGain_[k] = kLeftGain[k] * wet_;
+    rightGain_[k] = kRightGain[k] * wet_;
+  }
+  voiceGain_[0] = 0.9 * wet_;
+  voiceGain_[1] = 0.9 * voiceGain_[0];
+  voiceGain_[2] = 0.9 * voiceGain_[1];
+  feedbackLin_ = p.feedback / 100.0;
+  if (p.invertFeedbackPhase) feedbackLin_ = -feedbackLin_;
+}
+
+void CQxChorusEngine::LowPass(const ChorusParams& p) {
+  const int32_t sr = static_cast<int32_t>(format_->nSamplesPerSec);
+  // At or above half the rate the filter passes everything; the denormal zeroing stays on.
+  if (p.attenuateHigh && p.attenuationFrequency < sr / 2) {
+    lowPassA_ = std::exp(p.attenuationFrequency * -kTwoPi / Rate());
+    lowPassB_ = 1.0 - lowPassA_;
+  } else {
+    lowPassA_ = 0.0;
+    lowPassB_ = 1.0;
+  }
+}
+
+void CQxChorusEngine::Design(const ChorusParams& p, bool clear, const QxTempoRecord* tempo) {
+  std::memcpy(voiceScale_, kVoiceScale, sizeof voiceScale_);
+  bypassed_ = p.bypass != 0;
+  // Only the first N doubles: with several channels the rest of each line keeps old audio.
+  if (clear)
+    for (double* line : delayLine_) std::memset(line, 0, sizeof(double) * delayFrames_);
+  voiceCount_ = p.chorusSize;
+  Gains(p);
+  lfoSeconds_ = PeriodSeconds(p, tempo);
+  LowPass(p);
+  const double sr = Rate();
+  baseDelay_ = std::trunc(p.outDelay * sr / 10000.0);
+  modAmplitude_ = std::trunc(p.modDepth / 100.0 * baseDelay_);
+  const double n = delayFrames_;
+  for (int v = 0; v < kVoices; ++v) {
+    for (double& s : lowPassState_[v]) s = 0.0;
+    const double d = std::trunc(voiceScale_[v] * baseDelay_);
+    if (clear) {
+      writeIndex_[v] = 0;
+      readPosition_[v] = d;
+    } else {
+      double r = writeIndex_[v] + d;
+      if (r > n) r -= n;
+      readPosition_[v] = r;
+    }
+    // A period below one sample stays 0 here (an infinite step); the light update repairs it.
+    lfoPeriod_[v] = std::trunc(sr * lfoSeconds_ * voiceScale_[v]);
+    lfoStep_[v] = kTwoPi / lfoPeriod_[v];
+  }
+}
+
+void CQxChorusEngine::LightUpdate(const ChorusParams& p, const QxTempoRecord* tempo) {
+  Gains(p);
+  lfoSeconds_ = PeriodSeconds(p, tempo);
+  const double sr = Rate();
+  for (int v = 0; v < kVoices; ++v) {
+    double period = std::trunc(sr * lfoSeconds_ * voiceScale_[v]);
+    lfoPeriod_[v] = period < 1.0 ? 1.0 : period;
+    lfoStep_[v] = kTwoPi / lfoPeriod_[v];
+  }
+  LowPass(p);
+  modAmplitude_ = std::trunc(p.modDepth / 100.0 * baseDelay_);
+}
+
+namespace {
+// How a voice's output is mixed, per layout: voice 0 carries the dry signal at the dry gain; the
+// stereo path weights the wet signal by the side gains (voice 0 once more by its voice gain).
+template <bool Stereo, bool First>
+inline double Mix(double y, double in, double voiceGain, double sideGain, double dry) {
+  if constexpr (Stereo) {
+    if constexpr (First) return y * voiceGain * sideGain + in * dry;
+    else return y * sideGain + in;
+  } else {
+    if constexpr (First) return y * voiceGain + in * dry;
+    else return y * voiceGain + in;
+  }
+}
+}  // namespace
+
+template <class Form, CQxChorusEngine::Layout L>
+void CQxChorusEngine::Run(typename Form::Sample* buf, uint32_t frames, bool integerForm) {
+  constexpr bool kStereoMix = L == kStereo;
+  // The mono single-precision routine keeps the frame in the buffer's precision between voices.
+  constexpr bool kNarrow = std::is_same_v<Form, QxFloat32Form> && L == kMono;
+  const uint32_t C = L == kMono ? 1u : L == kStereo ? 2u : channels_;
+  const int32_t N = static_cast<int32_t>(delayFrames_);
+  const double Nd = N;
+
+  // Voice 0 always runs; the mono integer routines take voice 1 only at size 2.
+  int count = 0;
+  Voice vs[kVoices];
+  int index[kVoices];
+  index[count++] = 0;
+  if (integerForm && L == kMono ? voiceCount_ == 2 : voiceCount_ >= 2) index[count++] = 1;
+  if (voiceCount_ == 3) index[count++] = 2;
+  for (int k = 0; k < count; ++k) {
+    const int v = index[k];
+    // An infinite step (a design's sub-sample period) would make the sine NaN: read unmodulated.
+    const double step = std::isfinite(lfoStep_[v]) ? lfoStep_[v] : 0.0;
+    vs[k] = {delayLine_[v], lowPassState_[v], readPosition_[v], lfoPeriod_[v], step,
+             writeIndex_[v], lfoCounter_[v], voiceGain_[v]};
+  }
+  const double amp = modAmplitude_, a = lowPassA_, b = lowPassB_, fb = feedbackLin_;
+  const double inGain = inputLin_, dry = dryLin_;
+  const double side[2] = {leftGain_[0], rightGain_[0]};
+
+  // One voice over one frame, its sine given: modulated read, filter, feedback write, mix into x.
+  auto step = [&]<bool First>(Voice& v, double sine, double* x) __attribute__((always_inline)) {
+    double p = sine * amp + v.read;
+    if (p >= Nd) p -= Nd;
+    else if (p < 0.0) p += Nd;
+    int32_t i, j;
+    double f;
+    QxChorusReadPoint(p, N, &i, &j, &f);
+    const double* li = v.line + static_cast<size_t>(i) * C;
+    const double* lj = v.line + static_cast<size_t>(j) * C;
+    double* lw = v.line + static_cast<size_t>(v.write) * C;
+    for (uint32_t c = 0; c < C; ++c) {
+      const double s = (lj[c] - li[c]) * f + li[c];
+      double y = s * b + v.state[c] * a;
+      y = std::fabs(y) < 2e-11 ? 0.0 : y;
+      v.state[c] = y;
+      const double in = First ? inGain * x[c] : x[c];
+      lw[c] = y * fb + in;
+      x[c] = Mix<kStereoMix, First>(y, in, v.gain, side[c & 1], dry);
+    }
+    v.read -= 1.0;
+    if (v.read < 0.0) v.read = Nd - 1.0;
+    if (--v.write < 0) v.write = N - 1;
+  };
+
+  // The oscillators depend on nothing but their counters, so their sines are taken a stretch at a
+  // time in a loop of their own, away from the live state of the cascade.
+  constexpr uint32_t kStretch = 256;
+  double sines[kVoices][kStretch];
+  double x[kMaxChannels];
+  for (uint32_t done = 0; done < frames;) {
+    const uint32_t n = frames - done < kStretch ? frames - done : kStretch;
+    for (int k = 0; k < count; ++k) {
+      Voice& v = vs[k];
+      for (uint32_t t = 0; t < n; ++t) {
+        sines[k][t] = std::sin(v.counter * v.step);
+        if (++v.counter >= v.period) v.counter = 0;
+      }
+    }
+    for (uint32_t t = 0; t < n; ++t, buf += C) {
+      for (uint32_t c = 0; c < C; ++c) x[c] = Form::Read(buf[c]);
+      step.template operator()<true>(vs[0], sines[0][t], x);
+      if constexpr (kNarrow) x[0] = static_cast<float>(x[0]);
+      for (int k = 1; k < count; ++k) {
+        step.template operator()<false>(vs[k], sines[k][t], x);
+        if constexpr (kNarrow) x[0] = static_cast<float>(x[0]);
+      }
+      for (uint32_t c = 0; c < C; ++c) buf[c] = Form::Write(x[c]);
+    }
+    done += n;
+  }
+
+  for (int k = 0; k < count; ++k) {
+    const int v = index[k];
+    readPosition_[v] = vs[k].read;
+    writeIndex_[v] = vs[k].write;
+    lfoCounter_[v] = vs[k].counter;
+  }
+}
+
+template <class Form>
+void CQxChorusEngine::Process(typename Form::Sample* buf, uint32_t frames) {
+  // Bypass freezes lines, oscillators and filters along with the samples.
+  if (bypassed_ || !designValid_ || !format_ || channels_ == 0 || format_->nChannels != channels_) return;
+  constexpr bool integerForm = !std::is_floating_point_v<typename Form::Sample>;
+  if (channels_ == 1)
+    Run<Form, kMono>(buf, frames, integerForm);
+  else if (channels_ == 2)
+    Run<Form, kStereo>(buf, frames, integerForm);
+  else
+    Run<Form, kMany>(buf, frames, integerForm);
+}
+
+void CQxChorusEngine::ProcessPcm8(uint8_t* buf, uint32_t frames) { Process<QxPcm8Form>(buf, frames); }
+void CQxChorusEngine::ProcessPcm16(int16_t* buf, uint32_t frames) { Process<QxPcm16Form>(buf, frames); }
+void CQxChorusEngine::ProcessPcm32(int32_t* buf, uint32_t frames) { Process<QxPcm32Form>(buf, frames); }
+void CQxChorusEngine::ProcessFloat32(float* buf, uint32_t frames) { Process<QxFloat32Form>(buf, frames); }
+void CQxChorusEngine::ProcessFloat64(double* buf, uint32_t frames) { Process<QxFloat64Form>(buf, frames); }

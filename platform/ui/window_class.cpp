@@ -1,0 +1,93 @@
+// The window layer's class table: one process-wide table of (name, module, cursor) under a lock,
+// with the shared arrow cursor classes are registered with.
+#include "platform/ui/window_class.h"
+
+#include <algorithm>
+#include <mutex>
+
+namespace {
+// A fixed table with no destructor: modules unregister their classes from their unload hooks,
+// which at process exit run after static objects have been destroyed.
+constexpr size_t kMaxName = 256;  // the platform's limit on class names, terminator included
+constexpr size_t kMaxClasses = 256;
+
+struct ClassRow {
+  bool used;
+  WCHAR name[kMaxName];
+  HINSTANCE module;
+  HCURSOR cursor;
+  ATOM atom;
+};
+
+std::mutex g_lock;
+ClassRow g_rows[kMaxClasses];
+ATOM g_nextAtom = 0xC000;  // the platform numbers registered classes from here
+
+char16_t Fold(char16_t c) { return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - 32) : c; }
+
+bool SameName(const WCHAR* a, LPCWSTR b) {
+  size_t i = 0;
+  for (; a[i] && b[i]; ++i)
+    if (Fold(a[i]) != Fold(b[i])) return false;
+  return a[i] == b[i];
+}
+
+ClassRow* Find(LPCWSTR name) {
+  for (ClassRow& r : g_rows)
+    if (r.used && SameName(r.name, name)) return &r;
+  return nullptr;
+}
+
+// Predefined cursors need an address of their own that no caller can free.
+struct SystemCursor {
+  int id;
+};
+SystemCursor g_arrow{32512};
+}  // namespace
+
+HCURSOR LoadCursorW(HINSTANCE module, LPCWSTR name) {
+  if (module == nullptr && name == IDC_ARROW) return reinterpret_cast<HCURSOR>(&g_arrow);
+  return nullptr;
+}
+
+ATOM RegisterClassName(LPCWSTR name, HINSTANCE module, HCURSOR cursor) {
+  if (!name || !*name) return 0;
+  size_t len = 0;
+  while (name[len]) ++len;
+  if (len >= kMaxName) return 0;
+  std::lock_guard<std::mutex> g(g_lock);
+  if (Find(name)) return 0;
+  for (ClassRow& r : g_rows) {
+    if (r.used) continue;
+    r.used = true;
+    std::copy(name, name + len + 1, r.name);
+    r.module = module;
+    r.cursor = cursor;
+    r.atom = g_nextAtom++;
+    return r.atom;
+  }
+  return 0;  // table full
+}
+
+BOOL UnregisterClassName(LPCWSTR name, HINSTANCE module) {
+  if (!name) return FALSE;
+  std::lock_guard<std::mutex> g(g_lock);
+  ClassRow* r = Find(name);
+  if (!r || r->module != module) return FALSE;
+  r->used = false;
+  return TRUE;
+}
+
+BOOL IsClassRegistered(LPCWSTR name, HINSTANCE module) {
+  if (!name) return FALSE;
+  std::lock_guard<std::mutex> g(g_lock);
+  const ClassRow* r = Find(name);
+  return r && (!module || r->module == module);
+}
+
+HCURSOR GetClassCursor(LPCWSTR name) {
+  if (!name) return nullptr;
+  std::lock_guard<std::mutex> g(g_lock);
+  const ClassRow* r = Find(name);
+  return r ? r->cursor : nullptr;
+}

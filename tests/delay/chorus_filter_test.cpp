@@ -1,0 +1,397 @@
+// Chorus through its filter: the automation table and stored values, the update each setter asks
+// for, persistence of the three record versions, the presets, change notification, and the media
+// graph and float door with no tail after the end of the stream.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "aplugins/qxppack1/delay/chorus_filter.h"
+#include "platform/mediagraph/endpoints.h"
+
+namespace {
+struct Filter {
+  CQxChorus* f;
+  HWND window = CreateWindowHandle();
+  Filter() {
+    HRESULT hr = S_OK;
+    f = static_cast<CQxChorus*>(CQxChorus::CreateInstance(nullptr, &hr));
+    f->NonDelegatingAddRef();
+    f->RegisterWindow(window, 9);
+  }
+  ~Filter() {
+    f->NonDelegatingRelease();
+    DestroyWindow(window);
+  }
+  template <class T>
+  ComPtr<T> As(REFIID iid) {
+    ComPtr<T> p;
+    f->NonDelegatingQueryInterface(iid, p.PutVoid());
+    return p;
+  }
+  std::vector<int> Codes() {
+    std::vector<int> codes;
+    MSG m;
+    while (PeekMessage(&m, window, 0, 0, PM_REMOVE)) codes.push_back(HIWORD(m.wParam));
+    return codes;
+  }
+  ChorusParams Record() {
+    ChorusParams p{};
+    f->GetAllParameters(&p);
+    return p;
+  }
+};
+
+bool Same(const ChorusParams& a, const ChorusParams& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+std::vector<BYTE> Frame(const char* tag, uint32_t size, const void* data, size_t bytes) {
+  std::vector<BYTE> v(20 + bytes);
+  GUID g = *GuidFromString(tag);
+  std::memcpy(v.data(), &size, 4);
+  std::memcpy(v.data() + 4, &g, 16);
+  std::memcpy(v.data() + 20, data, bytes);
+  return v;
+}
+
+HRESULT LoadBytes(IPersistStream* p, std::vector<BYTE> bytes) {
+  ComPtr<IStream> s(CMemoryStream::Create(std::move(bytes)), false);
+  return p->Load(s.Get());
+}
+
+constexpr char kV1[] = "28D9F1E3-6ECC-11D0-AEBC-00A0C9053912";
+constexpr char kV2[] = "C9A9FEC7-8A9B-4CFE-AEBC-92EA0E505219";
+constexpr char kV3[] = "039BE819-E0BB-40F6-9F59-0EE935FF0D74";
+
+const ChorusParams kOdd{-123, -456, -78, 2, 33, 1, 777, 12345, 67, 1, 2500, 1, 1, 7, 31999, 1};
+
+std::vector<double> Noise(size_t n, unsigned seed) {
+  std::mt19937 rng(seed);
+  std::uniform_real_distribution<double> d(-0.5, 0.5);
+  std::vector<double> v(n);
+  for (double& x : v) x = d(rng);
+  return v;
+}
+
+WAVEFORMATEX Pcm16(WORD channels, DWORD rate) {
+  WAVEFORMATEX f{};
+  f.wFormatTag = WAVE_FORMAT_PCM;
+  f.nChannels = channels;
+  f.nSamplesPerSec = rate;
+  f.wBitsPerSample = 16;
+  f.nBlockAlign = static_cast<WORD>(2 * channels);
+  f.nAvgBytesPerSec = rate * f.nBlockAlign;
+  return f;
+}
+}  // namespace
+
+TEST(ChorusParams, TableIsInIndexOrderOverTheRecordOffsets) {
+  Filter a;
+  auto info = a.As<IMediaParamInfo>(IID_IMediaParamInfo);
+  DWORD n = 0;
+  info->GetParamCount(&n);
+  ASSERT_EQ(n, 16u);
+  MP_PARAMINFO p;
+  ASSERT_EQ(info->GetParamInfo(CHORUS_MOD_RATE, &p), S_OK);
+  EXPECT_EQ(std::u16string(p.szLabel), u"Modulation Rate");
+  EXPECT_EQ(p.mpdNeutralValue, 5.5f);
+  ASSERT_EQ(info->GetParamInfo(CHORUS_OUT_DELAY, &p), S_OK);
+  EXPECT_EQ(std::u16string(p.szLabel), u"Delay");
+  EXPECT_EQ(std::u16string(p.szUnitText), u"ms");
+  ASSERT_EQ(info->GetParamInfo(CHORUS_MOD_PERIOD_NOTE, &p), S_OK);
+  EXPECT_EQ(p.mpType, MPT_ENUM);
+  EXPECT_EQ(p.mopCaps, static_cast<DWORD>(MP_CURVE_JUMP));
+  ASSERT_EQ(info->GetParamInfo(CHORUS_TEMPO_SYNC, &p), S_OK);
+  EXPECT_EQ(std::u16string(p.szLabel), u"Tempo Sync");
+  // Media values reach the record at the field's own offset and scale.
+  auto mp = a.As<IMediaParams>(IID_IMediaParams);
+  EXPECT_EQ(mp->SetParam(CHORUS_MOD_RATE, 2.5f), S_OK);
+  EXPECT_EQ(mp->SetParam(CHORUS_OUT_DELAY, 12.3f), S_OK);
+  EXPECT_EQ(mp->SetParam(CHORUS_MOD_PERIOD_MULTIPLIER, 0.25f), S_OK);
+  EXPECT_EQ(mp->SetParam(CHORUS_INPUT_GAIN, -12.5f), S_OK);
+  ChorusParams r = a.Record();
+  EXPECT_EQ(r.modRate, 2500);
+  EXPECT_EQ(r.outDelay, 123);
+  EXPECT_EQ(r.modPeriodMultiplier, 250);
+  EXPECT_EQ(r.inputGain, -125);
+}
+
+TEST(ChorusParams, EveryStoredValueSurvivesTheFloatStoreAndSettersClamp) {
+  Filter a;
+  for (uint32_t i = 0; i < CHORUS_PARAM_COUNT; ++i) {
+    const QxParamInfo& row = g_ChorusParamInfo[i];
+    for (int32_t v = row.RawMin; v <= row.RawMax; ++v) {
+      a.f->SetStored(&v, i);
+      int32_t got = 0;
+      a.f->GetStored(&got, i);
+      ASSERT_EQ(got, v) << "index " << i;
+    }
+  }
+  a.f->SetChorusSize(7);
+  a.f->SetOutDelay(0);
+  a.f->SetInputGain(-9999);
+  ChorusParams r = a.Record();
+  EXPECT_EQ(r.chorusSize, 3);
+  EXPECT_EQ(r.outDelay, 1);
+  EXPECT_EQ(r.inputGain, -600);
+}
+
+TEST(ChorusTransform, SettersAskForTheirKindOfUpdate) {
+  Filter a;
+  EXPECT_EQ(a.f->Engine().UpdateFlags(), 6u);  // the constructor's preset
+  ASSERT_EQ(a.f->Prepare(2, 8000), S_OK);
+  EXPECT_EQ(a.f->Engine().UpdateFlags(), 1u);
+  std::vector<float> block(2 * 64, 0.1f);
+
+  // Delay and size ask for a design: the read points move, the line stays.
+  a.f->SetOutDelay(100);
+  EXPECT_EQ(a.f->Engine().UpdateFlags(), 3u);
+  EXPECT_TRUE(a.f->ParamsDirty());
+  a.f->Process(block.data(), 64, 0);
+  EXPECT_EQ(a.f->Engine().UpdateFlags(), 1u);
+  EXPECT_EQ(a.f->Engine().BaseDelay(), 80.0);
+
+  // Setting a value it already has changes nothing.
+  a.f->Process(block.data(), 64, 0);
+  a.f->SetOutDelay(100);
+  EXPECT_FALSE(a.f->ParamsDirty());
+
+  // A host's write reaches the engine at the next span, but only as a light update.
+  a.Codes();
+  auto mp = a.As<IMediaParams>(IID_IMediaParams);
+  EXPECT_EQ(mp->SetParam(CHORUS_OUT_DELAY, 5.0f), S_OK);
+  EXPECT_EQ(mp->SetParam(CHORUS_MOD_DEPTH, 50.0f), S_OK);
+  EXPECT_EQ(a.Codes(), (std::vector<int>{0, 0}));
+  EXPECT_EQ(a.f->Engine().UpdateFlags(), 1u);
+  EXPECT_TRUE(a.f->ParamsDirty());
+  a.f->Process(block.data(), 64, 0);
+  EXPECT_EQ(a.f->Engine().BaseDelay(), 80.0);
+  EXPECT_EQ(a.f->Engine().ModAmplitude(), 40.0);
+  // The next design takes the delay in.
+  a.f->SetChorusSize(1);
+  a.f->Process(block.data(), 64, 0);
+  EXPECT_EQ(a.f->Engine().BaseDelay(), 40.0);
+  EXPECT_EQ(a.f->Engine().VoiceCount(), 1);
+
+  // End capture alone makes the next span update.
+  a.f->Snapshot();
+  a.f->BeginModRate();
+  a.f->EndModRate();
+  EXPECT_TRUE(a.f->ParamsDirty());
+
+  // The whole record asks for a clearing design.
+  a.f->SetAllParameters(&g_ChorusPresets[2].Params);
+  EXPECT_EQ(a.f->Engine().UpdateFlags(), 6u);
+  a.f->Process(block.data(), 64, 0);
+  EXPECT_EQ(a.f->Engine().UpdateFlags(), 1u);
+  EXPECT_EQ(a.f->Engine().WriteIndex(0), static_cast<int32_t>(a.f->Engine().DelayFrames()) - 64);
+  a.f->Finish();
+}
+
+TEST(ChorusTransform, StereoPresetLoadKeepsOldAudioInTheSecondHalfOfEachLine) {
+  Filter a;
+  auto presets = a.As<IStaticFilterPreset>(IID_IStaticFilterPreset);
+  ASSERT_EQ(a.f->Prepare(2, 8000), S_OK);
+  std::vector<double> n = Noise(2 * 4000, 1);
+  std::vector<float> block(n.begin(), n.end());
+  a.f->Process(block.data(), 4000, 0);
+  ASSERT_EQ(presets->LoadPreset(11), S_OK);
+  std::vector<float> silence(2, 0.0f);
+  a.f->Process(silence.data(), 1, 0);
+  const uint32_t frames = a.f->Engine().DelayFrames();
+  for (int v = 0; v < 3; ++v) {
+    const double* line = a.f->Engine().Line(v);
+    EXPECT_TRUE(std::all_of(line + 2, line + frames, [](double x) { return x == 0.0; })) << v;
+    EXPECT_TRUE(std::any_of(line + frames, line + 2 * frames, [](double x) { return x != 0.0; })) << v;
+  }
+  a.f->Finish();
+}
+
+TEST(ChorusPersist, SaveLoadRoundTripAndTheDirtyRule) {
+  Filter a, b;
+  auto pa = a.As<IPersistStream>(IID_IPersistStream);
+  auto pb = b.As<IPersistStream>(IID_IPersistStream);
+  EXPECT_EQ(pa->IsDirty(), S_OK);
+  a.f->SetAllParameters(&kOdd);
+  auto* raw = CMemoryStream::Create();
+  ComPtr<IStream> s(raw, false);
+  ASSERT_EQ(pa->Save(s.Get(), TRUE), S_OK);
+  EXPECT_EQ(pa->IsDirty(), S_FALSE);
+  ASSERT_EQ(raw->Bytes().size(), 84u);
+  uint32_t size;
+  std::memcpy(&size, raw->Bytes().data(), 4);
+  EXPECT_EQ(size, 84u);
+  GUID tag;
+  std::memcpy(&tag, raw->Bytes().data() + 4, 16);
+  EXPECT_TRUE(tag == IID_IQxChorusProp2);
+  ULARGE_INTEGER max;
+  pa->GetSizeMax(&max);
+  EXPECT_EQ(max.QuadPart, 84u);
+  ComPtr<IStream> s2(CMemoryStream::Create(), false);
+  pa->Save(s2.Get(), FALSE);
+  EXPECT_EQ(pa->IsDirty(), S_OK);
+
+  b.Codes();
+  EXPECT_EQ(LoadBytes(pb.Get(), raw->Bytes()), S_OK);
+  EXPECT_TRUE(Same(b.Record(), kOdd));
+  EXPECT_EQ(b.Codes(), std::vector<int>{100});
+  EXPECT_EQ(b.f->Engine().UpdateFlags(), 6u);
+}
+
+TEST(ChorusPersist, OlderVersionsLoadWithTheirDefaults) {
+  Filter a;
+  auto p = a.As<IPersistStream>(IID_IPersistStream);
+  ChorusParams want = kOdd;
+  want.modPeriodNote = 18;
+  want.modPeriodMultiplier = 1000;
+  want.tempoSync = 0;
+  ASSERT_EQ(LoadBytes(p.Get(), Frame(kV2, 72, &kOdd, 52)), S_OK);
+  EXPECT_TRUE(Same(a.Record(), want));
+  a.f->SetAllParameters(&kOdd);
+  ASSERT_EQ(LoadBytes(p.Get(), Frame(kV1, 68, &kOdd, 48)), S_OK);
+  want.bypass = 0;
+  EXPECT_TRUE(Same(a.Record(), want));
+}
+
+TEST(ChorusPersist, UnknownOrMisSizedRecordsChangeNothingButStillNotify) {
+  Filter a;
+  auto p = a.As<IPersistStream>(IID_IPersistStream);
+  ChorusParams before = a.Record();
+  a.Codes();
+  EXPECT_EQ(LoadBytes(p.Get(), Frame(kV3, 72, &kOdd, 52)), S_OK);
+  EXPECT_EQ(LoadBytes(p.Get(), Frame(kV2, 84, &kOdd, 64)), S_OK);
+  EXPECT_EQ(LoadBytes(p.Get(), Frame(kV1, 72, &kOdd, 52)), S_OK);
+  EXPECT_EQ(LoadBytes(p.Get(), Frame(kV3, 84, &kOdd, 30)), S_OK);  // the body runs short
+  EXPECT_TRUE(Same(a.Record(), before));
+  EXPECT_EQ(a.Codes(), (std::vector<int>{100, 100, 100, 100}));
+}
+
+TEST(ChorusPersist, PresetsInTableOrderWithTheirBounds) {
+  Filter a;
+  EXPECT_TRUE(Same(a.Record(), g_ChorusPresets[0].Params));
+  auto presets = a.As<IStaticFilterPreset>(IID_IStaticFilterPreset);
+  LONG n = 0;
+  presets->GetPresetCount(&n);
+  EXPECT_EQ(n, 24);
+  WCHAR name[256];
+  const std::pair<LONG, const char16_t*> names[] = {
+      {0, u"(Default)"}, {1, u"Default all parameters"}, {8, u"Chorus/vibrato 1"},
+      {10, u"Chorus 1"}, {15, u"Cheap TV"},               {23, u"Hard flange"}};
+  for (auto [i, want] : names) {
+    ASSERT_EQ(presets->GetPresetName(i, name), S_OK);
+    EXPECT_EQ(std::u16string(name), want);
+  }
+  EXPECT_EQ(presets->GetPresetName(-1, name), E_INVALIDARG);
+  EXPECT_EQ(presets->LoadPreset(24), E_INVALIDARG);
+  a.Codes();
+  ASSERT_EQ(presets->LoadPreset(15), S_OK);
+  const ChorusParams tv{-20, 0, 0, 2, 0, 1, 1, 100, 100, 0, 5000, 0, 0, 18, 1000, 0};
+  EXPECT_TRUE(Same(a.Record(), tv));
+  EXPECT_EQ(a.Codes(), std::vector<int>{100});
+}
+
+namespace {
+// source -> Chorus -> collecting sink, running, 16-bit.
+struct Rig {
+  CPushSource* source = nullptr;
+  CQxChorus* chorus = nullptr;
+  CCollectSink* sink = nullptr;
+
+  Rig(const WAVEFORMATEX& f, const ChorusParams& p, LONG bufferFrames = 4096) {
+    CMediaType mt;
+    mt.SetType(&MEDIATYPE_Audio);
+    mt.SetFormatType(&FORMAT_WaveFormatEx);
+    mt.SetFormat(reinterpret_cast<const BYTE*>(&f), sizeof f);
+    EXPECT_EQ(CPushSource::Create(mt, bufferFrames * f.nBlockAlign, 2, &source), S_OK);
+    HRESULT hr = S_OK;
+    chorus = static_cast<CQxChorus*>(CQxChorus::CreateInstance(nullptr, &hr));
+    chorus->NonDelegatingAddRef();
+    chorus->SetAllParameters(&p);
+    EXPECT_EQ(CCollectSink::Create(&sink), S_OK);
+    EXPECT_EQ(source->GetPin(0)->Connect(chorus->GetPin(0), &mt), S_OK);
+    EXPECT_EQ(chorus->GetPin(1)->Connect(sink->GetPin(0), nullptr), S_OK);
+    for (IBaseFilter* b : Filters()) EXPECT_EQ(b->Run(0), S_OK);
+  }
+  ~Rig() {
+    for (IBaseFilter* b : Filters()) b->Stop();
+    for (CBasePin* pin : {source->GetPin(0), chorus->GetPin(0), chorus->GetPin(1), sink->GetPin(0)})
+      pin->Disconnect();
+    source->Release();
+    chorus->NonDelegatingRelease();
+    sink->Release();
+  }
+  std::vector<IBaseFilter*> Filters() { return {sink, chorus, source}; }
+  HRESULT Push(const std::vector<int16_t>& s, bool discontinuity = false) {
+    return source->PushBytes(s.data(), static_cast<LONG>(s.size() * 2), nullptr, nullptr, discontinuity);
+  }
+  std::vector<int16_t> Out() const {
+    std::vector<int16_t> v(sink->bytes.size() / 2);
+    std::memcpy(v.data(), sink->bytes.data(), v.size() * 2);
+    return v;
+  }
+};
+
+// What the engine alone makes of a fresh stream.
+std::vector<int16_t> Direct(const WAVEFORMATEX& f, const ChorusParams& p, std::vector<int16_t> s) {
+  CQxChorusEngine e;
+  e.SetFormat(&f);
+  e.Allocate();
+  e.Update(p, false, nullptr);
+  e.ProcessPcm16(s.data(), static_cast<uint32_t>(s.size() / f.nChannels));
+  return s;
+}
+
+std::vector<int16_t> Pcm(size_t n, unsigned seed) {
+  std::vector<double> d = Noise(n, seed);
+  std::vector<int16_t> v(n);
+  for (size_t k = 0; k < n; ++k) v[k] = QxPcm16Form::Write(d[k]);
+  return v;
+}
+}  // namespace
+
+TEST(ChorusFilter, GraphOutputIsTheEngineOutputWithNoTail) {
+  const WAVEFORMATEX f = Pcm16(2, 22050);
+  const ChorusParams& p = g_ChorusPresets[10].Params;
+  Rig rig(f, p);
+  std::vector<int16_t> in = Pcm(2 * 6000, 3);
+  for (size_t at = 0; at < in.size(); at += 2 * 1500)
+    ASSERT_EQ(rig.Push(std::vector<int16_t>(in.begin() + at, in.begin() + at + 2 * 1500)), S_OK);
+  ASSERT_EQ(rig.chorus->EndOfStream(), S_OK);
+  EXPECT_EQ(rig.Out(), Direct(f, p, in));  // nothing follows the last sample
+  EXPECT_EQ(rig.sink->endOfStreamCount, 1);
+}
+
+TEST(ChorusFilter, DiscontinuityStartsTheLinesAfresh) {
+  const WAVEFORMATEX f = Pcm16(1, 8000);
+  // The oscillators run on over a discontinuity; without modulation the rest is a fresh start.
+  ChorusParams p = g_ChorusPresets[3].Params;
+  p.modDepth = 1;
+  Rig rig(f, p);
+  std::vector<int16_t> a = Pcm(3000, 1), b = Pcm(3000, 2);
+  ASSERT_EQ(rig.Push(a), S_OK);
+  ASSERT_EQ(rig.Push(b, true), S_OK);
+  std::vector<int16_t> out = rig.Out();
+  ASSERT_EQ(out.size(), 6000u);
+  EXPECT_EQ(std::vector<int16_t>(out.begin() + 3000, out.end()), Direct(f, p, b));
+}
+
+TEST(ChorusFilter, InterfacesFormatAndTheFloatDoorHasNoTail) {
+  Filter a;
+  for (const IID* iid : {&IID_IQxChorusProp2, &IID_IMediaParams, &IID_IMediaParamInfo,
+                         &IID_IMediaParamsSetUICallback, &IID_IMfxSoftSynth, &IID_IPersistStream,
+                         &IID_IStaticFilterPreset, &IID_IQxAudioTransformFloat}) {
+    ComPtr<IUnknown> u;
+    EXPECT_EQ(a.f->NonDelegatingQueryInterface(*iid, u.PutVoid()), S_OK);
+  }
+  WAVEFORMATEX w;
+  EXPECT_EQ(a.f->GetWaveFormat(&w), VFW_E_NOT_CONNECTED);
+  EXPECT_EQ(a.f->HasTempoMap(), 0);
+  ASSERT_EQ(a.f->Prepare(1, 44100), S_OK);
+  std::vector<float> b(64, 0.25f);
+  EXPECT_EQ(a.f->Process(b.data(), 64, 0), 0);
+  uint32_t n = 64;
+  EXPECT_EQ(a.f->RenderTail(b.data(), &n), 1);
+  EXPECT_EQ(n, 0u);
+  a.f->Finish();
+}

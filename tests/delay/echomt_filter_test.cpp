@@ -1,0 +1,222 @@
+// Multi-Tap Delay as a filter: the control interface and its slots, the record's tables in the
+// persistence frame, echoes and the tail through the media graph (8-bit tails too), the float door.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "aplugins/qxppack1/delay/echomt_filter.h"
+#include "platform/mediagraph/endpoints.h"
+
+namespace {
+WAVEFORMATEX Plain(WORD tag, WORD channels, WORD bits, DWORD rate = 1000) {
+  WAVEFORMATEX f{};
+  f.wFormatTag = tag;
+  f.nChannels = channels;
+  f.nSamplesPerSec = rate;
+  f.wBitsPerSample = bits;
+  f.nBlockAlign = static_cast<WORD>(channels * bits / 8);
+  f.nAvgBytesPerSec = rate * f.nBlockAlign;
+  return f;
+}
+
+CMediaType TypeOf(const WAVEFORMATEX& f) {
+  CMediaType mt;
+  mt.SetType(&MEDIATYPE_Audio);
+  mt.SetFormatType(&FORMAT_WaveFormatEx);
+  mt.SetFormat(reinterpret_cast<const BYTE*>(&f), sizeof f);
+  return mt;
+}
+
+CQxEchomt* NewEchomt() {
+  HRESULT hr = S_OK;
+  auto* f = static_cast<CQxEchomt*>(CQxEchomt::CreateInstance(nullptr, &hr));
+  f->NonDelegatingAddRef();
+  return f;
+}
+
+// One tap of `ms`, wet 0 dB, dry as given, no feedback.
+EchomtParams OneTap(int ms, int dry = -800) {
+  EchomtParams p = QX_ECHOMT_DEFAULTS;
+  p.tapDelay[0] = ms;
+  p.wetOut = 0;
+  p.dryOut = dry;
+  return p;
+}
+
+// source -> Multi-Tap Delay -> collecting sink, running.
+struct Rig {
+  CPushSource* source = nullptr;
+  CQxEchomt* echomt = nullptr;
+  CCollectSink* sink = nullptr;
+
+  Rig(const WAVEFORMATEX& f, const EchomtParams& p, LONG bufferFrames = 16) {
+    CMediaType mt = TypeOf(f);
+    EXPECT_EQ(CPushSource::Create(mt, bufferFrames * f.nBlockAlign, 2, &source), S_OK);
+    echomt = NewEchomt();
+    EXPECT_EQ(echomt->SetAllParameters(&p), S_OK);
+    EXPECT_EQ(CCollectSink::Create(&sink), S_OK);
+    EXPECT_EQ(source->GetPin(0)->Connect(echomt->GetPin(0), &mt), S_OK);
+    EXPECT_EQ(echomt->GetPin(1)->Connect(sink->GetPin(0), nullptr), S_OK);
+    for (IBaseFilter* b : Filters()) EXPECT_EQ(b->Run(0), S_OK);
+  }
+  ~Rig() {
+    for (IBaseFilter* b : Filters()) b->Stop();
+    // Connected pins hold their neighbours; undo that as a graph manager would.
+    for (IPin* pin : {source->GetPin(0), echomt->GetPin(0), echomt->GetPin(1), sink->GetPin(0)})
+      pin->Disconnect();
+    source->Release();
+    echomt->NonDelegatingRelease();
+    sink->Release();
+  }
+  std::vector<IBaseFilter*> Filters() { return {sink, echomt, source}; }
+};
+}  // namespace
+
+TEST(EchomtFilter, StartsFromRowZeroAndItsSetsReachTheRightFields) {
+  CQxEchomt* f = NewEchomt();
+  ComPtr<IQxEchomtProp> prop;
+  ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IQxEchomtProp, prop.PutVoid()), S_OK);
+  EchomtParams p{};
+  ASSERT_EQ(prop->GetAllParameters(&p), S_OK);
+  EXPECT_EQ(std::memcmp(&p, &g_EchomtPresets[0].Params, sizeof p), 0);
+  EXPECT_TRUE(f->PersistDirtyFlag());
+  WAVEFORMATEX w;
+  EXPECT_EQ(prop->GetWaveFormat(&w), VFW_E_NOT_CONNECTED);
+  EXPECT_EQ(prop->GetAllParameters(nullptr), E_POINTER);
+  EXPECT_EQ(prop->SetAllParameters(nullptr), E_POINTER);
+
+  prop->SetTapDelay3(0);    // clamped to 1
+  prop->SetTapGain8(-7);
+  prop->SetTapPan1(300);    // clamped to 100
+  prop->SetLowPassOn(42);   // stored as it comes
+  prop->SetModRate(55);
+  prop->SetGraphResolution(2);
+  prop->GetAllParameters(&p);
+  EXPECT_EQ(p.tapDelay[2], 1);
+  EXPECT_EQ(p.tapGain[7], -7);
+  EXPECT_EQ(p.tapPan[0], 100);
+  EXPECT_EQ(p.lowPassOn, 42);
+  EXPECT_EQ(p.modRate, 55);
+  EXPECT_EQ(p.graphResolution, 2);
+  int32_t v = 0;
+  EXPECT_EQ(prop->GetTapGain8(&v), S_OK);
+  EXPECT_EQ(v, -7);
+  EXPECT_EQ(prop->GetInputGain(nullptr), E_POINTER);
+
+  p.feedback = 999;
+  EXPECT_EQ(prop->SetAllParameters(&p), E_FAIL);
+  prop->GetFeedback(&v);
+  EXPECT_EQ(v, 150);
+  prop.Reset();
+  f->NonDelegatingRelease();
+}
+
+TEST(EchomtFilter, RecordPersistsAs160BytesAndTheTwentySixPresetsLoad) {
+  CQxEchomt* f = NewEchomt();
+  ComPtr<IPersistStream> persist;
+  ComPtr<IStaticFilterPreset> presets;
+  ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IPersistStream, persist.PutVoid()), S_OK);
+  ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IStaticFilterPreset, presets.PutVoid()), S_OK);
+  ULARGE_INTEGER size{};
+  persist->GetSizeMax(&size);
+  EXPECT_EQ(size.QuadPart, 160u);
+  LONG count = 0;
+  presets->GetPresetCount(&count);
+  EXPECT_EQ(count, 26);
+  EXPECT_EQ(presets->LoadPreset(26), E_INVALIDARG);
+  WCHAR name[64];
+  ASSERT_EQ(presets->GetPresetName(22, name), S_OK);
+  EXPECT_EQ(std::u16string(name), u"Tapped delay 1");
+
+  ASSERT_EQ(presets->LoadPreset(22), S_OK);
+  ComPtr<IStream> out(CMemoryStream::Create(), false);
+  ASSERT_EQ(persist->Save(out.Get(), TRUE), S_OK);
+  std::vector<BYTE> bytes = static_cast<CMemoryStream*>(out.Get())->Bytes();
+  ASSERT_EQ(bytes.size(), 160u);
+  uint32_t total;
+  GUID tag;
+  std::memcpy(&total, bytes.data(), 4);
+  std::memcpy(&tag, bytes.data() + 4, 16);
+  EXPECT_EQ(total, 160u);
+  EXPECT_EQ(tag, QX_ECHOMT_PERSIST_TAG);
+  EXPECT_EQ(std::memcmp(bytes.data() + 20, &g_EchomtPresets[22].Params, 140), 0);
+
+  presets->LoadPreset(0);
+  ComPtr<IStream> in(CMemoryStream::Create(bytes), false);
+  ASSERT_EQ(persist->Load(in.Get()), S_OK);
+  EchomtParams p{};
+  f->GetAllParameters(&p);
+  EXPECT_EQ(std::memcmp(&p, &g_EchomtPresets[22].Params, sizeof p), 0);
+  persist.Reset();
+  presets.Reset();
+  f->NonDelegatingRelease();
+}
+
+TEST(EchomtFilter, StereoEchoesThroughTheGraphAndTheTailIsOneLineLong) {
+  WAVEFORMATEX fmt = Plain(1, 2, 16);
+  EchomtParams p = OneTap(10);
+  p.tapPan[0] = 50;  // full right, half left
+  Rig rig(fmt, p);
+  WAVEFORMATEX got;
+  ASSERT_EQ(rig.echomt->GetWaveFormat(&got), S_OK);
+  EXPECT_EQ(got.nChannels, 2);
+  std::vector<int16_t> in(2 * 12, 0);
+  in[0] = 8000;
+  in[1] = 4000;
+  ASSERT_EQ(rig.source->PushBytes(in.data(), static_cast<LONG>(in.size() * 2)), S_OK);
+  ASSERT_EQ(rig.echomt->EndOfStream(), S_OK);
+  EXPECT_EQ(rig.sink->endOfStreamCount, 1);
+  std::vector<int16_t> out(rig.sink->bytes.size() / 2);
+  std::memcpy(out.data(), rig.sink->bytes.data(), out.size() * 2);
+  const int32_t L = rig.echomt->Engine().LineFrames();
+  ASSERT_EQ(L, 11);  // 10 frames at 1000 Hz, one more so the read stays inside the line
+  ASSERT_EQ(out.size(), in.size() + 2u * L);
+  for (size_t i = 0; i < out.size(); ++i) {
+    // The line holds the mean of both sides, 6000; the tap reads it half left, full right.
+    const int16_t want = i == 20 ? 3000 : i == 21 ? 6000 : 0;
+    ASSERT_EQ(out[i], want) << i;
+  }
+}
+
+TEST(EchomtFilter, An8BitTailIsFilledWithTheMidpointNotZero) {
+  WAVEFORMATEX fmt = Plain(1, 1, 8);
+  Rig rig(fmt, OneTap(20, 0));  // dry at 0 dB: a tail of zero bytes would come out at -1.0
+  std::vector<uint8_t> in(8, 0x80);
+  in[0] = 0xC0;  // +0.5
+  ASSERT_EQ(rig.source->PushBytes(in.data(), 8), S_OK);
+  ASSERT_EQ(rig.echomt->EndOfStream(), S_OK);
+  const std::vector<BYTE>& out = rig.sink->bytes;
+  const size_t L = static_cast<size_t>(rig.echomt->Engine().LineFrames());
+  ASSERT_EQ(out.size(), 8 + L);
+  EXPECT_EQ(out[0], 0xC0);
+  for (size_t i = 1; i < out.size(); ++i) ASSERT_EQ(out[i], i == 20 ? 0xC0 : 0x80) << i;
+}
+
+TEST(EchomtFilter, FloatDoorRendersTheTailAndItsResetEmptiesTheLines) {
+  CQxEchomt* f = NewEchomt();
+  ComPtr<IQxAudioTransformFloat> door;
+  ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IQxAudioTransformFloat, door.PutVoid()), S_OK);
+  EchomtParams p = OneTap(10);
+  f->SetAllParameters(&p);
+  ASSERT_EQ(door->Prepare(1, 1000), S_OK);
+  std::vector<float> buf(4, 0.0f);
+  buf[0] = 0.5f;
+  EXPECT_EQ(door->Process(buf.data(), 4, 0), 0);
+  std::vector<float> tail(32, 0.0f);
+  uint32_t n = 32;
+  EXPECT_EQ(door->RenderTail(tail.data(), &n), 1);
+  EXPECT_EQ(n, 11u);
+  EXPECT_EQ(tail[6], 0.5f);
+
+  std::fill(buf.begin(), buf.end(), 0.0f);
+  buf[0] = 0.5f;
+  door->Process(buf.data(), 4, 0);
+  EXPECT_EQ(door->Reset(1), S_OK);
+  std::vector<float> after(16, 0.0f);
+  door->Process(after.data(), 16, 0);
+  for (float v : after) EXPECT_EQ(v, 0.0f);
+  EXPECT_EQ(door->Finish(), S_OK);
+  door.Reset();
+  f->NonDelegatingRelease();
+}

@@ -1,0 +1,298 @@
+// Reverb through its control interface, the frame's persistence over its record versions, and
+// the media graph: impulse, tail after the end of the stream, bypass and discontinuities.
+#include "aplugins/qxppack1/reverb/reverb_filter.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "platform/com/stream.h"
+#include "platform/mediagraph/endpoints.h"
+
+namespace {
+WAVEFORMATEX Plain(WORD tag, WORD channels, WORD bits, DWORD rate) {
+  WAVEFORMATEX f{};
+  f.wFormatTag = tag;
+  f.nChannels = channels;
+  f.nSamplesPerSec = rate;
+  f.wBitsPerSample = bits;
+  f.nBlockAlign = static_cast<WORD>(channels * bits / 8);
+  f.nAvgBytesPerSec = rate * f.nBlockAlign;
+  return f;
+}
+
+CMediaType TypeOf(const WAVEFORMATEX& f) {
+  CMediaType mt;
+  mt.SetType(&MEDIATYPE_Audio);
+  mt.SetFormatType(&FORMAT_WaveFormatEx);
+  mt.SetFormat(reinterpret_cast<const BYTE*>(&f), sizeof f);
+  return mt;
+}
+
+CQxReverb* NewReverb() {
+  HRESULT hr = S_OK;
+  auto* f = static_cast<CQxReverb*>(CQxReverb::CreateInstance(nullptr, &hr));
+  f->NonDelegatingAddRef();
+  return f;
+}
+
+bool Same(const ReverbParams& a, const ReverbParams& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+// source -> Reverb -> collecting sink, running, 16-bit.
+struct Rig {
+  CPushSource* source = nullptr;
+  CQxReverb* reverb = nullptr;
+  CCollectSink* sink = nullptr;
+
+  Rig(const WAVEFORMATEX& f, const ReverbParams& p, LONG bufferFrames = 256) {
+    CMediaType mt = TypeOf(f);
+    EXPECT_EQ(CPushSource::Create(mt, bufferFrames * f.nBlockAlign, 2, &source), S_OK);
+    reverb = NewReverb();
+    reverb->SetParams(&p);
+    EXPECT_EQ(CCollectSink::Create(&sink), S_OK);
+    EXPECT_EQ(source->GetPin(0)->Connect(reverb->GetPin(0), &mt), S_OK);
+    EXPECT_EQ(reverb->GetPin(1)->Connect(sink->GetPin(0), nullptr), S_OK);
+    for (IBaseFilter* b : {static_cast<IBaseFilter*>(sink), static_cast<IBaseFilter*>(reverb),
+                           static_cast<IBaseFilter*>(source)})
+      EXPECT_EQ(b->Run(0), S_OK);
+  }
+  ~Rig() {
+    sink->Stop();
+    static_cast<IBaseFilter*>(reverb)->Stop();
+    source->Stop();
+    // Connected pins hold their peers; break the links so the filters can go.
+    for (CBasePin* pin : {source->GetPin(0), reverb->GetPin(0), reverb->GetPin(1), sink->GetPin(0)})
+      pin->Disconnect();
+    source->Release();
+    reverb->NonDelegatingRelease();
+    sink->Release();
+  }
+  HRESULT Push(const std::vector<int16_t>& s, bool discontinuity = false) {
+    return source->PushBytes(s.data(), static_cast<LONG>(s.size() * 2), nullptr, nullptr, discontinuity);
+  }
+  std::vector<int16_t> Out() const {
+    std::vector<int16_t> v(sink->bytes.size() / 2);
+    std::memcpy(v.data(), sink->bytes.data(), v.size() * 2);
+    return v;
+  }
+};
+
+std::vector<BYTE> StreamBytes(const GUID& tag, uint32_t size, const ReverbParams& p, uint32_t recordBytes) {
+  std::vector<BYTE> b(20 + recordBytes);
+  std::memcpy(b.data(), &size, 4);
+  std::memcpy(b.data() + 4, &tag, 16);
+  std::memcpy(b.data() + 20, &p, recordBytes);
+  return b;
+}
+}  // namespace
+
+TEST(ReverbFilter, ConstructionLoadsTheDefaultRowAndAnswersTheControlInterface) {
+  CQxReverb* f = NewReverb();
+  ReverbParams p{};
+  EXPECT_EQ(f->GetParams(&p), S_OK);
+  EXPECT_TRUE(Same(p, g_ReverbPresets[0].Params));
+  EXPECT_TRUE(f->PageDirty());
+  EXPECT_TRUE(f->Engine().NeedsRebuild());
+  ComPtr<IQxReverbProp2> prop;
+  EXPECT_EQ(f->NonDelegatingQueryInterface(IID_IQxReverbProp2, prop.PutVoid()), S_OK);
+  WAVEFORMATEX w{};
+  EXPECT_EQ(prop->GetFormat(&w), VFW_E_NOT_CONNECTED);
+  prop.Reset();
+  f->NonDelegatingRelease();
+}
+
+TEST(ReverbFilter, SettersClampMarkOnlyRealChangesAndAskForARebuildWhereRingsDependOnThem) {
+  CQxReverb* f = NewReverb();
+  f->Snapshot();  // clears the change flag
+  f->SetPersistDirtyFlag(false);
+  auto fresh = [&] {
+    f->Snapshot();
+    f->SetPersistDirtyFlag(false);
+    f->ApplyStep(RunContinue, 0);  // no format: fails, but the rebuild request is overwritten
+  };
+  fresh();
+  ASSERT_FALSE(f->Engine().NeedsRebuild());
+
+  int32_t v = 0;
+  f->SetDryOut(300);  // clamped to 0, which it already is
+  EXPECT_FALSE(f->ParamsDirty());
+  EXPECT_FALSE(f->PageDirty());
+  f->SetDryOut(-5000);
+  f->GetDryOut(&v);
+  EXPECT_EQ(v, -800);
+  EXPECT_TRUE(f->ParamsDirty());
+  EXPECT_TRUE(f->PageDirty());
+  EXPECT_FALSE(f->Engine().NeedsRebuild());
+
+  struct Case {
+    HRESULT (IQxReverbProp2::*set)(int32_t);
+    int32_t value;
+    bool rebuild;
+  } cases[] = {{&IQxReverbProp2::SetReverbMode, 5, true},       {&IQxReverbProp2::SetReflectionStyle, 7, true},
+               {&IQxReverbProp2::SetPreDelay, 120, true},       {&IQxReverbProp2::SetDecayTime, 40, false},
+               {&IQxReverbProp2::SetHighFrequency, 900, false}, {&IQxReverbProp2::SetAttenuateBass, 0, false},
+               {&IQxReverbProp2::SetBypass, 1, false}};
+  IQxReverbProp2* prop = f;
+  for (const Case& c : cases) {
+    fresh();
+    (prop->*c.set)(c.value);
+    EXPECT_TRUE(f->ParamsDirty()) << c.value;
+    EXPECT_EQ(f->Engine().NeedsRebuild(), c.rebuild) << c.value;
+  }
+  fresh();
+  f->SetReverbMode(5);  // the same mode again must not cut the reverb
+  EXPECT_FALSE(f->Engine().NeedsRebuild());
+  EXPECT_FALSE(f->ParamsDirty());
+
+  f->SetPreDelay(900);
+  f->GetPreDelay(&v);
+  EXPECT_EQ(v, 200);
+  f->SetReverbMode(40);  // the enum setter passes it on; the store keeps the table's range
+  f->GetReverbMode(&v);
+  EXPECT_EQ(v, 18);
+
+  fresh();
+  EXPECT_EQ(f->PollBypassChanged(), S_FALSE);
+  EXPECT_EQ(f->BeginBypassEdit(), S_OK);
+  EXPECT_EQ(f->EndBypassEdit(), S_OK);
+  EXPECT_TRUE(f->ParamsDirty());
+
+  fresh();
+  ReverbParams p = g_ReverbPresets[8].Params;
+  EXPECT_EQ(f->SetParams(&p), S_OK);
+  EXPECT_TRUE(f->Engine().NeedsRebuild());
+  ReverbParams back{};
+  f->GetParams(&back);
+  EXPECT_TRUE(Same(back, p));
+  f->NonDelegatingRelease();
+}
+
+TEST(ReverbFilter, PersistentFormsLoadByTagAndSizeAndTheOldestOneLoadsWithBypassOff) {
+  CQxReverb* f = NewReverb();
+  ComPtr<IPersistStream> persist;
+  ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IPersistStream, persist.PutVoid()), S_OK);
+  HWND w = CreateWindowHandle();
+  f->RegisterNotifyWindow(w, 9);
+  auto notified = [&] {
+    MSG m;
+    bool any = false;
+    while (PeekMessage(&m, w, 0, 0, PM_REMOVE)) any = any || HIWORD(m.wParam) == 100;
+    return any;
+  };
+
+  auto load = [&](std::vector<BYTE> bytes) {
+    CMemoryStream* s = CMemoryStream::Create(std::move(bytes));
+    HRESULT hr = persist->Load(s);
+    s->Release();
+    return hr;
+  };
+  ReverbParams cathedral = g_ReverbPresets[3].Params;
+  f->SetBypass(1);
+  EXPECT_EQ(load(StreamBytes(QX_REVERB_TAG_NO_BYPASS, 64, cathedral, 44)), S_OK);
+  ReverbParams p{};
+  f->GetParams(&p);
+  EXPECT_TRUE(Same(p, cathedral));  // bypass 0 though the filter had it set
+  EXPECT_TRUE(notified());
+
+  // A known tag with a wrong size changes nothing, yet the pages still hear of it.
+  ReverbParams sewer = g_ReverbPresets[10].Params;
+  for (auto [tag, size] : {std::pair{QX_REVERB_TAG_CURRENT, 64u}, std::pair{QX_REVERB_TAG_NO_BYPASS, 68u}}) {
+    EXPECT_EQ(load(StreamBytes(tag, size, sewer, 48)), S_OK);
+    f->GetParams(&p);
+    EXPECT_TRUE(Same(p, cathedral));
+    EXPECT_TRUE(notified());
+  }
+  load(StreamBytes(QX_REVERB_TAG_ALTERNATE, 68, sewer, 48));
+  f->GetParams(&p);
+  EXPECT_TRUE(Same(p, sewer));
+
+  // Save writes the current form: 68 bytes under the interface's own identifier.
+  CMemoryStream* saved = CMemoryStream::Create();
+  EXPECT_EQ(persist->Save(saved, TRUE), S_OK);
+  const std::vector<BYTE> want = StreamBytes(QX_REVERB_TAG_CURRENT, 68, sewer, 48);
+  EXPECT_EQ(saved->Bytes(), want);
+  saved->Release();
+  ULARGE_INTEGER max{};
+  persist->GetSizeMax(&max);
+  EXPECT_EQ(max.QuadPart, 68u);
+
+  ComPtr<IStaticFilterPreset> presets;
+  ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IStaticFilterPreset, presets.PutVoid()), S_OK);
+  LONG count = 0;
+  presets->GetPresetCount(&count);
+  EXPECT_EQ(count, 13);
+  EXPECT_EQ(presets->LoadPreset(13), E_INVALIDARG);
+  EXPECT_EQ(presets->LoadPreset(12), S_OK);
+  f->GetParams(&p);
+  EXPECT_TRUE(Same(p, g_ReverbPresets[12].Params));
+  DestroyWindow(w);
+  persist.Reset();
+  presets.Reset();
+  f->NonDelegatingRelease();
+}
+
+TEST(ReverbFilter, ImpulseRingsOnAndTheTailFollowsTheEndOfStreamForWholeSecondsOfDecay) {
+  ReverbParams p = g_ReverbPresets[0].Params;  // 2.5 s decay: a 2 s tail
+  Rig rig(Plain(1, 2, 16, 8000), p);
+  std::vector<int16_t> in(2 * 256, 0);
+  in[0] = 20000;
+  in[1] = 20000;
+  ASSERT_EQ(rig.Push(in, true), S_OK);
+  std::vector<int16_t> out = rig.Out();
+  EXPECT_EQ(out[0], 20000);  // dry at 0 dB, nothing delayed yet
+  ASSERT_EQ(rig.reverb->EndOfStream(), S_OK);
+  out = rig.Out();
+  EXPECT_EQ(out.size(), in.size() + 2 * 16000u);
+  EXPECT_EQ(rig.sink->endOfStreamCount, 1);
+  int nonZero = 0;
+  for (size_t i = 512; i < out.size(); ++i) nonZero += out[i] != 0;
+  EXPECT_GT(nonZero, 1000);  // the tail carries the reverb
+}
+
+TEST(ReverbFilter, UnderOneSecondOfDecayTheTailEndsAtOnce) {
+  ReverbParams p = g_ReverbPresets[7].Params;  // Medium room: 0.5 s
+  Rig rig(Plain(1, 1, 16, 8000), p);
+  std::vector<int16_t> in(100, 1000);
+  rig.Push(in);
+  ASSERT_EQ(rig.reverb->EndOfStream(), S_OK);
+  EXPECT_EQ(rig.Out().size(), in.size());
+  EXPECT_EQ(rig.sink->endOfStreamCount, 1);
+}
+
+TEST(ReverbFilter, BypassPassesSamplesBitExactYetStillRendersItsSilentTail) {
+  ReverbParams p = g_ReverbPresets[0].Params;
+  p.decayTenths = 10;
+  p.bypass = 1;
+  Rig rig(Plain(1, 2, 16, 4000), p);
+  std::vector<int16_t> ramp(2 * 200);
+  for (size_t i = 0; i < ramp.size(); ++i) ramp[i] = static_cast<int16_t>(i * 37 - 5000);
+  rig.Push(ramp, true);
+  EXPECT_EQ(rig.Out(), ramp);
+  ASSERT_EQ(rig.reverb->EndOfStream(), S_OK);
+  std::vector<int16_t> out = rig.Out();
+  ASSERT_EQ(out.size(), ramp.size() + 2 * 4000u);
+  for (size_t i = ramp.size(); i < out.size(); ++i) ASSERT_EQ(out[i], 0);
+}
+
+TEST(ReverbFilter, ADiscontinuityStartsTheReverbAfresh) {
+  ReverbParams p = g_ReverbPresets[0].Params;
+  p.dryOut = -800;
+  Rig rig(Plain(1, 1, 16, 8000), p);
+  std::vector<int16_t> impulse(256, 0), silence(256, 0);
+  impulse[0] = 30000;
+  rig.Push(impulse, true);
+  rig.sink->bytes.clear();
+  rig.Push(silence, true);  // the comb echoes would arrive within this block
+  for (int16_t v : rig.Out()) ASSERT_EQ(v, 0);
+  rig.sink->bytes.clear();
+  rig.Push(impulse, false);
+  rig.Push(silence, false);
+  int nonZero = 0;
+  for (int16_t v : rig.Out()) nonZero += v != 0;
+  EXPECT_GT(nonZero, 10);
+  WAVEFORMATEX w{};
+  EXPECT_EQ(rig.reverb->GetFormat(&w), S_OK);
+  EXPECT_EQ(w.nSamplesPerSec, 8000u);
+  EXPECT_EQ(w.cbSize, 0);
+}

@@ -1,0 +1,41 @@
+// qxfx's friendly length options for time-stretch: --percent P and --tempo-from A --tempo-to B,
+// turned into FinalLength the way the Time Stretch page turns what the user types into it.
+#pragma once
+#include <cstdint>
+#include <string>
+
+#include "platform/com/unknown.h"
+#include "tools/qxfx/cli.h"
+#include "tools/qxfx/effects.h"
+
+struct QxfxTimeOptions {
+  bool hasPercent = false;
+  double percent = 0.0;    // output length as a percentage of the input
+  bool hasTempoFrom = false;
+  double tempoFrom = 0.0;  // source tempo, bpm
+  bool hasTempoTo = false;
+  double tempoTo = 0.0;    // wanted tempo, bpm
+  bool Any() const { return hasPercent || hasTempoFrom || hasTempoTo; }
+};
+
+// What the options come to: the record fields to set.
+struct QxfxTimeSetting {
+  double finalLength = 10000.0;
+  bool setsTempo = false;     // tempo form: InitialTempo and InputFormat 1 go with it
+  uint32_t initialTempo = 0;
+};
+
+// Takes --percent, --tempo-from and --tempo-to (each as "--opt V" or "--opt=V") out of argv, so
+// that the common parser never sees them, and keeps them for QxfxApplyTimeOptions.
+bool QxfxTakeTimeOptions(int* argc, char** argv, std::string* error);
+// The options QxfxTakeTimeOptions kept.
+const QxfxTimeOptions& QxfxGivenTimeOptions();
+
+// FinalLength from the options as the page computes it: P x 100 for a percentage, and
+// trunc(A x 100) / (B x 0.01) for tempi. Refuses values outside the effect's 50 % to 500 %.
+bool QxfxTimeSettingFor(const QxfxTimeOptions& options, QxfxTimeSetting* setting, std::string* error);
+
+// Sets the kept options on a time-stretch filter, after the other effect options. Refuses them for
+// other effects and beside --set FinalLength.
+bool QxfxApplyTimeOptions(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl,
+                          std::string* error);
