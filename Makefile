@@ -3,6 +3,8 @@ BUILD ?= build
 SAN_BUILD ?= build-san
 JOBS ?= $(shell nproc)
 DEB_PACKAGES := cmake g++ make pkg-config libsndfile1-dev libgtest-dev libgmock-dev libbenchmark-dev sox
+# The peers the benchmarks compare against, beyond sox.
+BENCH_PACKAGES := soundstretch
 CMAKE_FLAGS ?=
 
 .PHONY: all deps build demo test test-san bench clean
@@ -10,7 +12,7 @@ CMAKE_FLAGS ?=
 all: build
 
 deps:
-	@missing=""; for p in $(DEB_PACKAGES); do \
+	@missing=""; for p in $(DEB_PACKAGES) $(EXTRA_PACKAGES); do \
 	  dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q "install ok installed" || missing="$$missing $$p"; \
 	done; \
 	if [ -n "$$missing" ]; then \
@@ -33,7 +35,8 @@ test: build
 test-san:
 	$(MAKE) test BUILD=$(SAN_BUILD) CMAKE_FLAGS="-DQX_SANITIZE=ON -DQX_BENCH=OFF"
 
-bench: build
+bench:
+	$(MAKE) build EXTRA_PACKAGES="$(BENCH_PACKAGES)"
 	./bench/run_all.sh $(BUILD)
 
 clean:
