@@ -6,6 +6,7 @@
 
 #include "aplugins/qxppack1/delay/echos_prop.h"
 #include "aplugins/qxppack1/pitchtime/time_prop.h"
+#include "aplugins/qxppack1/pitchtime/pitchs_prop.h"
 #include "aplugins/qxppack1/delay/echomt_prop.h"
 #include "aplugins/qxppack1/reverb/reverb_prop.h"
 #include "aplugins/qxppack1/delay/chorus_prop.h"
@@ -117,6 +118,41 @@ std::vector<QxfxField> TimeFields() {
 }
 #undef TIME_FIELD
 
+// Pitch Shift's fields through IQxPitchsProp. Ratio goes in ten-thousandths; InitialTime as a whole
+// number of frames.
+template <typename V, HRESULT (IQxPitchsProp::*Set)(V), HRESULT (IQxPitchsProp::*Get)(V*), int32_t Scale>
+QxfxField PitchField(std::string name, int32_t lo, int32_t hi, std::string unit) {
+  constexpr double s = Scale;
+  return {std::move(name), lo, hi, std::move(unit),
+          [](IUnknown* f, int32_t v) -> HRESULT {
+            auto* p = As<IQxPitchsProp>(f, IID_IQxPitchsProp);
+            return p ? (p->*Set)(static_cast<V>(v / s)) : E_NOINTERFACE;
+          },
+          [](IUnknown* f, int32_t* v) -> HRESULT {
+            auto* p = As<IQxPitchsProp>(f, IID_IQxPitchsProp);
+            if (!p) return E_NOINTERFACE;
+            V value{};
+            HRESULT hr = (p->*Get)(&value);
+            if (SUCCEEDED(hr)) *v = static_cast<int32_t>(std::llround(static_cast<double>(value) * s));
+            return hr;
+          }};
+}
+#define PITCH_FIELD(Name, V, lo, hi, unit, scale) \
+  PitchField<V, &IQxPitchsProp::Set##Name, &IQxPitchsProp::Get##Name, scale>(#Name, lo, hi, unit)
+std::vector<QxfxField> PitchFields() {
+  return {
+      PITCH_FIELD(Semitones, int32_t, -50, 50, "semitones (page only; the sound follows Ratio)", 1),
+      PITCH_FIELD(Cents, int32_t, -1000, 1000, "tenths of a cent (page only)", 1),
+      PITCH_FIELD(Accuracy, int32_t, 1, 3, "1 linear, 2 sinc 9 taps, 3 sinc 15 taps", 1),
+      PITCH_FIELD(PreserveDuration, int32_t, 0, 1, "0 or 1: keep the length", 1),
+      PITCH_FIELD(Mode, int32_t, 0, 18, "splice mode row, with PreserveDuration", 1),
+      PITCH_FIELD(Ratio, double, 1, 1000000, "ratio x 10000 (20000 is an octave up)", 10000),
+      PITCH_FIELD(AntiAlias, int32_t, 0, 1, "0 or 1: low-pass before shifting up", 1),
+      PITCH_FIELD(InitialTime, double, 0, 225306900, "source length in frames (page only)", 1),
+  };
+}
+#undef PITCH_FIELD
+
 // Chorus's fields, in record order, through IQxChorusProp2's setters.
 template <HRESULT (IQxChorusProp2::*Set)(int32_t), HRESULT (IQxChorusProp2::*Get)(int32_t*)>
 QxfxField ChorusField(std::string name, int32_t lo, int32_t hi, std::string unit) {
@@ -157,7 +193,7 @@ std::vector<QxfxField> ChorusFields() {
 std::vector<QxfxEffect> Build() {
   std::vector<QxfxEffect> e;
   e.push_back({"time-stretch", u"Time Stretch", MakeGuid("B97C0F22-196D-11D1-B99B-00A0C9053912"), TimeFields()});
-  e.push_back({"pitch-shift", u"Pitch Shift", MakeGuid("ED1B4100-93BE-11D0-AEBC-00A0C9053912"), {}});
+  e.push_back({"pitch-shift", u"Pitch Shift", MakeGuid("ED1B4100-93BE-11D0-AEBC-00A0C9053912"), PitchFields()});
   e.push_back({"simple-delay",
                u"Simple Delay",
                MakeGuid("54F29260-79B1-11D0-AEBC-00A0C9053912"),

@@ -14,6 +14,7 @@
 #include "tools/qxfx/file_graph.h"
 #include "tools/qxfx/module_commands.h"
 #include "tools/qxfx/module_loader.h"
+#include "tools/qxfx/pitch_options.h"
 #include "tools/qxfx/tempo_host.h"
 #include "tools/qxfx/time_options.h"
 
@@ -55,6 +56,8 @@ void Usage(FILE* to) {
                "  --percent P               time-stretch: output P %% of the input's length (50 to 500)\n"
                "  --tempo-from A --tempo-to B\n"
                "                            time-stretch: from tempo A to tempo B in bpm\n"
+               "  --semitones S --cents C   pitch-shift: shift by S semitones and C cents (-100 to 100)\n"
+               "  --preserve-duration       pitch-shift: keep the length (S then -12 to 12)\n"
                "\n"
                "options (anywhere on the line):\n"
                "  --block-frames N          frames per media sample fed to the effect (default 4096)\n"
@@ -157,6 +160,7 @@ int Process(const QxfxCommandLine& cl) {
   if (!MakeFilter(*effect, &filter, &error)) return Fail(error);
   if (!QxfxConfigure(filter.Get(), *effect, cl, &error)) return Fail(error);
   if (!QxfxApplyTimeOptions(filter.Get(), *effect, cl, &error)) return Fail(error);
+  if (!QxfxApplyPitchOptions(filter.Get(), *effect, cl, &error)) return Fail(error);
   // Effects that follow tempo get the host's maps; playback starts at tick 0.
   QxfxTempoOptions tempo;
   tempo.tempo = cl.tempo;
@@ -186,6 +190,7 @@ int main(int argc, char** argv) {
   QxfxCommandLine cl;
   std::string error;
   if (!QxfxTakeTimeOptions(&argc, argv, &error)) return Fail(error);
+  if (!QxfxTakePitchOptions(&argc, argv, &error)) return Fail(error);
   if (!QxfxParse(argc, argv, &cl, &error)) return Fail(error);
   if (cl.help || cl.command.empty()) {
     if (cl.help && !cl.command.empty() && cl.command != "help" && cl.command != "process") {

@@ -6,6 +6,7 @@
 #include "aplugins/qxppack1/delay/chorus_filter.h"
 #include "aplugins/qxppack1/delay/echos_filter.h"
 #include "aplugins/qxppack1/delay/echomt_filter.h"
+#include "aplugins/qxppack1/pitchtime/pitchs_filter.h"
 #include "aplugins/qxppack1/pitchtime/time_filter.h"
 #include "aplugins/qxppack1/reverb/reverb_filter.h"
 #include "aplugins/qxppack1/module/filter_setup.h"
@@ -33,7 +34,7 @@ constexpr CLSID kChorusPage = MakeGuid("28D9F1E1-6ECC-11D0-AEBC-00A0C9053912");
 const CFactoryTemplate g_Templates[] = {
     {u"Time Stretch", &kTime, CQxTime::CreateInstance, nullptr, &g_QxTimeSetup},
     {u"QxTime Property Page", &kTimePage, NotBuilt, nullptr, nullptr},
-    {u"Pitch Shift", &kPitchs, NotBuilt, nullptr, &g_QxPitchsSetup},
+    {u"Pitch Shift", &kPitchs, CQxPitchs::CreateInstance, nullptr, &g_QxPitchsSetup},
     {u"QxPitchs Property Page", &kPitchsPage, NotBuilt, nullptr, nullptr},
     {u"Simple Delay", &CLSID_QxEchos, CQxEchos::CreateInstance, nullptr, &g_QxEchosSetup},
     {u"QxEchos Property Page", &CLSID_QxEchosPropPage, NotBuilt, nullptr, nullptr},

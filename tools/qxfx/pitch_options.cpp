@@ -1,0 +1,141 @@
+// pitch-shift's --semitones, --cents and --preserve-duration for qxfx: taken out of the command
+// line before the common parser runs, converted as the page converts them, set through
+// IQxPitchsProp.
+#include "tools/qxfx/pitch_options.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "aplugins/qxppack1/pitchtime/pitchs_prop.h"
+
+namespace {
+QxfxPitchOptions g_given;
+
+bool ParseNumber(const std::string& s, double* v) {
+  if (s.empty()) return false;
+  errno = 0;
+  char* end = nullptr;
+  double r = std::strtod(s.c_str(), &end);
+  if (errno || *end || !std::isfinite(r)) return false;
+  *v = r;
+  return true;
+}
+
+std::string Fixed(double v) {
+  char buf[64];
+  std::snprintf(buf, sizeof buf, "%g", v);
+  return buf;
+}
+}  // namespace
+
+const QxfxPitchOptions& QxfxGivenPitchOptions() { return g_given; }
+
+bool QxfxTakePitchOptions(int* argc, char** argv, std::string* error) {
+  g_given = {};  // each command line starts from nothing
+  struct Option {
+    const char* name;
+    bool* has;
+    double* value;
+  } options[] = {{"--semitones", &g_given.hasSemitones, &g_given.semitones},
+                 {"--cents", &g_given.hasCents, &g_given.cents}};
+  int kept = 1;
+  for (int i = 1; i < *argc; ++i) {
+    const std::string a = argv[i];
+    if (a == "--preserve-duration") {
+      g_given.preserveDuration = true;
+      continue;
+    }
+    const Option* hit = nullptr;
+    std::string value;
+    for (const Option& o : options) {
+      const size_t n = std::strlen(o.name);
+      if (a == o.name) {
+        if (i + 1 >= *argc) {
+          *error = std::string(o.name) + " needs a value";
+          return false;
+        }
+        hit = &o;
+        value = argv[++i];
+      } else if (a.compare(0, n + 1, std::string(o.name) + "=") == 0) {
+        hit = &o;
+        value = a.substr(n + 1);
+      }
+      if (hit) break;
+    }
+    if (!hit) {
+      argv[kept++] = argv[i];
+      continue;
+    }
+    if (!ParseNumber(value, hit->value)) {
+      *error = std::string(hit->name) + " takes a number, not '" + value + "'";
+      return false;
+    }
+    *hit->has = true;
+  }
+  *argc = kept;
+  argv[kept] = nullptr;
+  return true;
+}
+
+bool QxfxPitchSettingFor(const QxfxPitchOptions& o, QxfxPitchSetting* setting, std::string* error) {
+  const int32_t limit = o.preserveDuration ? 12 : QX_PITCHS_MAX_SEMITONES;
+  if (o.semitones != std::trunc(o.semitones) || std::fabs(o.semitones) > limit) {
+    *error = "--semitones takes a whole number from -" + std::to_string(limit) + " to " + std::to_string(limit) +
+             (o.preserveDuration ? " with --preserve-duration" : "") + ", not " + Fixed(o.semitones);
+    return false;
+  }
+  if (std::fabs(o.cents) > 100.0) {
+    *error = "--cents takes -100.0 to 100.0, not " + Fixed(o.cents);
+    return false;
+  }
+  QxfxPitchSetting s;
+  s.semitones = static_cast<int32_t>(o.semitones);
+  // The page keeps cents in tenths.
+  s.cents = static_cast<int32_t>(std::lround(o.cents * 10.0));
+  s.ratio = std::pow(2.0, (s.cents / 1000.0 + s.semitones) / 12.0);
+  *setting = s;
+  return true;
+}
+
+bool QxfxApplyPitchOptions(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl,
+                           std::string* error) {
+  const QxfxPitchOptions& o = QxfxGivenPitchOptions();
+  if (!o.Any()) return true;
+  if (effect.clsid != MakeGuid("ED1B4100-93BE-11D0-AEBC-00A0C9053912")) {
+    *error = "--semitones, --cents and --preserve-duration are for pitch-shift, not " + effect.name;
+    return false;
+  }
+  ComPtr<IQxPitchsProp> prop;
+  if (FAILED(filter->QueryInterface(IID_IQxPitchsProp, prop.PutVoid())) || !prop) {
+    *error = "the pitch-shift filter has no IQxPitchsProp";
+    return false;
+  }
+  HRESULT hr = S_OK;
+  if (o.preserveDuration) hr = prop->SetPreserveDuration(1);
+  if (FAILED(hr)) {
+    *error = "could not set PreserveDuration on pitch-shift";
+    return false;
+  }
+  if (!o.hasSemitones && !o.hasCents) return true;
+  for (const QxfxSetting& s : cl.settings)
+    if (s.field == "Ratio") {
+      *error = "--set Ratio and --semitones / --cents set the same thing; give one of them";
+      return false;
+    }
+  QxfxPitchSetting setting;
+  if (!QxfxPitchSettingFor(o, &setting, error)) return false;
+  hr = prop->SetSemitones(setting.semitones);
+  if (SUCCEEDED(hr)) hr = prop->SetCents(setting.cents);
+  if (SUCCEEDED(hr)) hr = prop->SetRatio(setting.ratio);
+  if (FAILED(hr)) {
+    *error = "could not set the shift of pitch-shift";
+    return false;
+  }
+  if (!cl.quiet)
+    std::fprintf(stderr, "qxfx: pitch-shift Semitones %d Cents %d Ratio %.6f%s\n", setting.semitones, setting.cents,
+                 setting.ratio, o.preserveDuration ? ", duration preserved" : "");
+  return true;
+}

@@ -1,0 +1,40 @@
+// qxfx's friendly options for pitch-shift: --semitones S, --cents C and --preserve-duration, turned
+// into Semitones, Cents and Ratio the way the Pitch Shift page turns what the user types into them.
+#pragma once
+#include <cstdint>
+#include <string>
+
+#include "platform/com/unknown.h"
+#include "tools/qxfx/cli.h"
+#include "tools/qxfx/effects.h"
+
+struct QxfxPitchOptions {
+  bool hasSemitones = false;
+  double semitones = 0.0;  // whole semitones
+  bool hasCents = false;
+  double cents = 0.0;      // cents, one decimal
+  bool preserveDuration = false;
+  bool Any() const { return hasSemitones || hasCents || preserveDuration; }
+};
+
+// What the options come to: the record fields to set.
+struct QxfxPitchSetting {
+  int32_t semitones = 0;
+  int32_t cents = 0;  // tenths of a cent, as stored
+  double ratio = 1.0;
+};
+
+// Takes --semitones, --cents (each "--opt V" or "--opt=V") and --preserve-duration out of argv,
+// so that the common parser never sees them, and keeps them for QxfxApplyPitchOptions.
+bool QxfxTakePitchOptions(int* argc, char** argv, std::string* error);
+const QxfxPitchOptions& QxfxGivenPitchOptions();
+
+// The stored values: Semitones a whole number in -50 to 50 (-12 to 12 with preserved duration, as
+// the page holds it), Cents the cents x 10 in -1000 to 1000, and Ratio 2 ^ ((Cents / 1000 +
+// Semitones) / 12).
+bool QxfxPitchSettingFor(const QxfxPitchOptions& options, QxfxPitchSetting* setting, std::string* error);
+
+// Sets the kept options on a pitch-shift filter, after the other effect options. Refuses them for
+// other effects and beside --set Ratio.
+bool QxfxApplyPitchOptions(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl,
+                           std::string* error);
