@@ -3,28 +3,15 @@
 // time_per_frame is the time of one frame.
 #include <benchmark/benchmark.h>
 
-#include <cstring>
-#include <random>
-#include <vector>
-
 #include "aplugins/qxppack1/delay/chorus_engine.h"
+#include "bench/bench_support.h"
 
 namespace {
 
-constexpr uint32_t kFrames = 4096;
-constexpr DWORD kRate = 44100;
-
 template <class Form, void (CQxChorusEngine::*Process)(typename Form::Sample*, uint32_t)>
-void BM_Chorus(benchmark::State& state, WORD tag) {
-  using Sample = typename Form::Sample;
+void BM_Chorus(benchmark::State& state) {
   const WORD channels = static_cast<WORD>(state.range(0));
-  WAVEFORMATEX fmt{};
-  fmt.wFormatTag = tag;
-  fmt.nChannels = channels;
-  fmt.nSamplesPerSec = kRate;
-  fmt.wBitsPerSample = static_cast<WORD>(sizeof(Sample) * 8);
-  fmt.nBlockAlign = static_cast<WORD>(sizeof(Sample) * channels);
-  fmt.nAvgBytesPerSec = kRate * fmt.nBlockAlign;
+  const WAVEFORMATEX fmt = BenchFormat<Form>(channels);
 
   CQxChorusEngine engine;
   engine.SetFormat(&fmt);
@@ -32,43 +19,17 @@ void BM_Chorus(benchmark::State& state, WORD tag) {
     state.SkipWithError("setup failed");
     return;
   }
-
-  // Each block is refilled from the source, as a host hands over fresh audio.
-  std::mt19937 rng(1);
-  std::uniform_real_distribution<double> noise(-0.3, 0.3);
-  std::vector<Sample> source(size_t{kFrames} * channels);
-  for (Sample& s : source) s = Form::Write(noise(rng));
-  std::vector<Sample> block(source.size());
-
-  for (auto _ : state) {
-    std::memcpy(block.data(), source.data(), block.size() * sizeof(Sample));
-    (engine.*Process)(block.data(), kFrames);
-    benchmark::DoNotOptimize(block.data());
-    benchmark::ClobberMemory();
-  }
-  state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * kFrames);
-  state.counters["time_per_frame"] = benchmark::Counter(
-      static_cast<double>(kFrames),
-      benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+  RunBenchBlocks<Form>(state, channels,
+                       [&](typename Form::Sample* block, uint32_t frames) { (engine.*Process)(block, frames); });
 }
 
 }  // namespace
 
-void BM_ChorusPcm8(benchmark::State& s) {
-  BM_Chorus<QxPcm8Form, &CQxChorusEngine::ProcessPcm8>(s, WAVE_FORMAT_PCM);
-}
-void BM_ChorusPcm16(benchmark::State& s) {
-  BM_Chorus<QxPcm16Form, &CQxChorusEngine::ProcessPcm16>(s, WAVE_FORMAT_PCM);
-}
-void BM_ChorusPcm32(benchmark::State& s) {
-  BM_Chorus<QxPcm32Form, &CQxChorusEngine::ProcessPcm32>(s, WAVE_FORMAT_PCM);
-}
-void BM_ChorusFloat32(benchmark::State& s) {
-  BM_Chorus<QxFloat32Form, &CQxChorusEngine::ProcessFloat32>(s, WAVE_FORMAT_IEEE_FLOAT);
-}
-void BM_ChorusFloat64(benchmark::State& s) {
-  BM_Chorus<QxFloat64Form, &CQxChorusEngine::ProcessFloat64>(s, WAVE_FORMAT_IEEE_FLOAT);
-}
+void BM_ChorusPcm8(benchmark::State& s) { BM_Chorus<QxPcm8Form, &CQxChorusEngine::ProcessPcm8>(s); }
+void BM_ChorusPcm16(benchmark::State& s) { BM_Chorus<QxPcm16Form, &CQxChorusEngine::ProcessPcm16>(s); }
+void BM_ChorusPcm32(benchmark::State& s) { BM_Chorus<QxPcm32Form, &CQxChorusEngine::ProcessPcm32>(s); }
+void BM_ChorusFloat32(benchmark::State& s) { BM_Chorus<QxFloat32Form, &CQxChorusEngine::ProcessFloat32>(s); }
+void BM_ChorusFloat64(benchmark::State& s) { BM_Chorus<QxFloat64Form, &CQxChorusEngine::ProcessFloat64>(s); }
 // Argument: channel count.
 BENCHMARK(BM_ChorusPcm8)->Arg(1)->Arg(2)->Arg(6);
 BENCHMARK(BM_ChorusPcm16)->Arg(1)->Arg(2)->Arg(6);

@@ -3,19 +3,13 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <memory>
-#include <random>
-#include <vector>
 
-#include "aplugins/qxppack1/frame/sample_form.h"
 #include "aplugins/qxppack1/reverb/reverb_engine.h"
+#include "bench/bench_support.h"
 #include "kernel/services/qx_cpu.h"
 
 namespace {
-
-constexpr uint32_t kFrames = 4096;
-constexpr DWORD kRate = 44100;
 
 template <class Form>
 int Process(CQxReverbEngine& e, typename Form::Sample* b, uint32_t* n, IQxReverbParamSource& s) {
@@ -30,14 +24,7 @@ int Process(CQxReverbEngine& e, typename Form::Sample* b, uint32_t* n, IQxReverb
 // `fast` picks the stereo form through the processor mask, as a user would.
 template <class Form>
 void BM_Reverb(benchmark::State& state, WORD channels, bool fast) {
-  using Sample = typename Form::Sample;
-  WAVEFORMATEX fmt{};
-  fmt.wFormatTag = std::is_floating_point_v<Sample> ? WAVE_FORMAT_IEEE_FLOAT : WAVE_FORMAT_PCM;
-  fmt.nChannels = channels;
-  fmt.nSamplesPerSec = kRate;
-  fmt.wBitsPerSample = static_cast<WORD>(sizeof(Sample) * 8);
-  fmt.nBlockAlign = static_cast<WORD>(sizeof(Sample) * channels);
-  fmt.nAvgBytesPerSec = kRate * fmt.nBlockAlign;
+  const WAVEFORMATEX fmt = BenchFormat<Form>(channels);
 
   setenv(QX_CPU_MASK_ENV, fast ? "0xFFFFFFFF" : "0", 1);
   auto engine = std::make_unique<CQxReverbEngine>();
@@ -54,24 +41,10 @@ void BM_Reverb(benchmark::State& state, WORD channels, bool fast) {
     return;
   }
 
-  // Each block is refilled from the source, as a host hands over fresh audio.
-  std::mt19937 rng(1);
-  std::uniform_real_distribution<double> noise(-0.3, 0.3);
-  std::vector<Sample> src(size_t{kFrames} * channels);
-  for (Sample& s : src) s = Form::Write(noise(rng));
-  std::vector<Sample> block(src.size());
-
-  for (auto _ : state) {
-    std::memcpy(block.data(), src.data(), block.size() * sizeof(Sample));
-    uint32_t n = kFrames;
-    Process<Form>(*engine, block.data(), &n, source);
-    benchmark::DoNotOptimize(block.data());
-    benchmark::ClobberMemory();
-  }
-  state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * kFrames);
-  state.counters["time_per_frame"] = benchmark::Counter(
-      static_cast<double>(kFrames),
-      benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+  RunBenchBlocks<Form>(state, channels, [&](typename Form::Sample* block, uint32_t frames) {
+    uint32_t n = frames;
+    Process<Form>(*engine, block, &n, source);
+  });
 }
 
 #define REVERB_BENCH(Name, Form)                                                  \

@@ -9,56 +9,12 @@
 #include <vector>
 
 #include "aplugins/qxppack1/delay/chorus_filter.h"
-#include "platform/mediagraph/endpoints.h"
+#include "tests/support/effect_rig.h"
 
 namespace {
-struct Filter {
-  CQxChorus* f;
-  HWND window = CreateWindowHandle();
-  Filter() {
-    HRESULT hr = S_OK;
-    f = static_cast<CQxChorus*>(CQxChorus::CreateInstance(nullptr, &hr));
-    f->NonDelegatingAddRef();
-    f->RegisterWindow(window, 9);
-  }
-  ~Filter() {
-    f->NonDelegatingRelease();
-    DestroyWindow(window);
-  }
-  template <class T>
-  ComPtr<T> As(REFIID iid) {
-    ComPtr<T> p;
-    f->NonDelegatingQueryInterface(iid, p.PutVoid());
-    return p;
-  }
-  std::vector<int> Codes() {
-    std::vector<int> codes;
-    MSG m;
-    while (PeekMessage(&m, window, 0, 0, PM_REMOVE)) codes.push_back(HIWORD(m.wParam));
-    return codes;
-  }
-  ChorusParams Record() {
-    ChorusParams p{};
-    f->GetAllParameters(&p);
-    return p;
-  }
-};
+using Filter = WatchedEffect<CQxChorus, ChorusParams>;
 
 bool Same(const ChorusParams& a, const ChorusParams& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
-
-std::vector<BYTE> Frame(const char* tag, uint32_t size, const void* data, size_t bytes) {
-  std::vector<BYTE> v(20 + bytes);
-  GUID g = *GuidFromString(tag);
-  std::memcpy(v.data(), &size, 4);
-  std::memcpy(v.data() + 4, &g, 16);
-  std::memcpy(v.data() + 20, data, bytes);
-  return v;
-}
-
-HRESULT LoadBytes(IPersistStream* p, std::vector<BYTE> bytes) {
-  ComPtr<IStream> s(CMemoryStream::Create(std::move(bytes)), false);
-  return p->Load(s.Get());
-}
 
 constexpr char kV1[] = "28D9F1E3-6ECC-11D0-AEBC-00A0C9053912";
 constexpr char kV2[] = "C9A9FEC7-8A9B-4CFE-AEBC-92EA0E505219";
@@ -72,17 +28,6 @@ std::vector<double> Noise(size_t n, unsigned seed) {
   std::vector<double> v(n);
   for (double& x : v) x = d(rng);
   return v;
-}
-
-WAVEFORMATEX Pcm16(WORD channels, DWORD rate) {
-  WAVEFORMATEX f{};
-  f.wFormatTag = WAVE_FORMAT_PCM;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = 16;
-  f.nBlockAlign = static_cast<WORD>(2 * channels);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
 }
 }  // namespace
 
@@ -246,10 +191,10 @@ TEST(ChorusPersist, OlderVersionsLoadWithTheirDefaults) {
   want.modPeriodNote = 18;
   want.modPeriodMultiplier = 1000;
   want.tempoSync = 0;
-  ASSERT_EQ(LoadBytes(p.Get(), Frame(kV2, 72, &kOdd, 52)), S_OK);
+  ASSERT_EQ(LoadBytes(p.Get(), PersistFrame(kV2, 72, &kOdd, 52)), S_OK);
   EXPECT_TRUE(Same(a.Record(), want));
   a.f->SetAllParameters(&kOdd);
-  ASSERT_EQ(LoadBytes(p.Get(), Frame(kV1, 68, &kOdd, 48)), S_OK);
+  ASSERT_EQ(LoadBytes(p.Get(), PersistFrame(kV1, 68, &kOdd, 48)), S_OK);
   want.bypass = 0;
   EXPECT_TRUE(Same(a.Record(), want));
 }
@@ -259,10 +204,10 @@ TEST(ChorusPersist, UnknownOrMisSizedRecordsChangeNothingButStillNotify) {
   auto p = a.As<IPersistStream>(IID_IPersistStream);
   ChorusParams before = a.Record();
   a.Codes();
-  EXPECT_EQ(LoadBytes(p.Get(), Frame(kV3, 72, &kOdd, 52)), S_OK);
-  EXPECT_EQ(LoadBytes(p.Get(), Frame(kV2, 84, &kOdd, 64)), S_OK);
-  EXPECT_EQ(LoadBytes(p.Get(), Frame(kV1, 72, &kOdd, 52)), S_OK);
-  EXPECT_EQ(LoadBytes(p.Get(), Frame(kV3, 84, &kOdd, 30)), S_OK);  // the body runs short
+  EXPECT_EQ(LoadBytes(p.Get(), PersistFrame(kV3, 72, &kOdd, 52)), S_OK);
+  EXPECT_EQ(LoadBytes(p.Get(), PersistFrame(kV2, 84, &kOdd, 64)), S_OK);
+  EXPECT_EQ(LoadBytes(p.Get(), PersistFrame(kV1, 72, &kOdd, 52)), S_OK);
+  EXPECT_EQ(LoadBytes(p.Get(), PersistFrame(kV3, 84, &kOdd, 30)), S_OK);  // the body runs short
   EXPECT_TRUE(Same(a.Record(), before));
   EXPECT_EQ(a.Codes(), (std::vector<int>{100, 100, 100, 100}));
 }
@@ -293,43 +238,9 @@ TEST(ChorusPersist, PresetsInTableOrderWithTheirBounds) {
 
 namespace {
 // source -> Chorus -> collecting sink, running, 16-bit.
-struct Rig {
-  CPushSource* source = nullptr;
-  CQxChorus* chorus = nullptr;
-  CCollectSink* sink = nullptr;
-
-  Rig(const WAVEFORMATEX& f, const ChorusParams& p, LONG bufferFrames = 4096) {
-    CMediaType mt;
-    mt.SetType(&MEDIATYPE_Audio);
-    mt.SetFormatType(&FORMAT_WaveFormatEx);
-    mt.SetFormat(reinterpret_cast<const BYTE*>(&f), sizeof f);
-    EXPECT_EQ(CPushSource::Create(mt, bufferFrames * f.nBlockAlign, 2, &source), S_OK);
-    HRESULT hr = S_OK;
-    chorus = static_cast<CQxChorus*>(CQxChorus::CreateInstance(nullptr, &hr));
-    chorus->NonDelegatingAddRef();
-    chorus->SetAllParameters(&p);
-    EXPECT_EQ(CCollectSink::Create(&sink), S_OK);
-    EXPECT_EQ(source->GetPin(0)->Connect(chorus->GetPin(0), &mt), S_OK);
-    EXPECT_EQ(chorus->GetPin(1)->Connect(sink->GetPin(0), nullptr), S_OK);
-    for (IBaseFilter* b : Filters()) EXPECT_EQ(b->Run(0), S_OK);
-  }
-  ~Rig() {
-    for (IBaseFilter* b : Filters()) b->Stop();
-    for (CBasePin* pin : {source->GetPin(0), chorus->GetPin(0), chorus->GetPin(1), sink->GetPin(0)})
-      pin->Disconnect();
-    source->Release();
-    chorus->NonDelegatingRelease();
-    sink->Release();
-  }
-  std::vector<IBaseFilter*> Filters() { return {sink, chorus, source}; }
-  HRESULT Push(const std::vector<int16_t>& s, bool discontinuity = false) {
-    return source->PushBytes(s.data(), static_cast<LONG>(s.size() * 2), nullptr, nullptr, discontinuity);
-  }
-  std::vector<int16_t> Out() const {
-    std::vector<int16_t> v(sink->bytes.size() / 2);
-    std::memcpy(v.data(), sink->bytes.data(), v.size() * 2);
-    return v;
-  }
+struct Rig : EffectRig<CQxChorus> {
+  Rig(const WAVEFORMATEX& f, const ChorusParams& p, LONG bufferFrames = 4096)
+      : EffectRig(f, bufferFrames, [&](CQxChorus* e) { e->SetAllParameters(&p); }) {}
 };
 
 // What the engine alone makes of a fresh stream.
@@ -351,19 +262,19 @@ std::vector<int16_t> Pcm(size_t n, unsigned seed) {
 }  // namespace
 
 TEST(ChorusFilter, GraphOutputIsTheEngineOutputWithNoTail) {
-  const WAVEFORMATEX f = Pcm16(2, 22050);
+  const WAVEFORMATEX f = PlainFormat(WAVE_FORMAT_PCM, 2, 16, 22050);
   const ChorusParams& p = g_ChorusPresets[10].Params;
   Rig rig(f, p);
   std::vector<int16_t> in = Pcm(2 * 6000, 3);
   for (size_t at = 0; at < in.size(); at += 2 * 1500)
     ASSERT_EQ(rig.Push(std::vector<int16_t>(in.begin() + at, in.begin() + at + 2 * 1500)), S_OK);
-  ASSERT_EQ(rig.chorus->EndOfStream(), S_OK);
+  ASSERT_EQ(rig.effect->EndOfStream(), S_OK);
   EXPECT_EQ(rig.Out(), Direct(f, p, in));  // nothing follows the last sample
   EXPECT_EQ(rig.sink->endOfStreamCount, 1);
 }
 
 TEST(ChorusFilter, DiscontinuityStartsTheLinesAfresh) {
-  const WAVEFORMATEX f = Pcm16(1, 8000);
+  const WAVEFORMATEX f = PlainFormat(WAVE_FORMAT_PCM, 1, 16, 8000);
   // The oscillators run on over a discontinuity; without modulation the rest is a fresh start.
   ChorusParams p = g_ChorusPresets[3].Params;
   p.modDepth = 1;

@@ -6,35 +6,9 @@
 #include <vector>
 
 #include "aplugins/qxppack1/delay/echomt_filter.h"
-#include "platform/mediagraph/endpoints.h"
+#include "tests/support/effect_rig.h"
 
 namespace {
-WAVEFORMATEX Plain(WORD tag, WORD channels, WORD bits, DWORD rate = 1000) {
-  WAVEFORMATEX f{};
-  f.wFormatTag = tag;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = bits;
-  f.nBlockAlign = static_cast<WORD>(channels * bits / 8);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
-}
-
-CMediaType TypeOf(const WAVEFORMATEX& f) {
-  CMediaType mt;
-  mt.SetType(&MEDIATYPE_Audio);
-  mt.SetFormatType(&FORMAT_WaveFormatEx);
-  mt.SetFormat(reinterpret_cast<const BYTE*>(&f), sizeof f);
-  return mt;
-}
-
-CQxEchomt* NewEchomt() {
-  HRESULT hr = S_OK;
-  auto* f = static_cast<CQxEchomt*>(CQxEchomt::CreateInstance(nullptr, &hr));
-  f->NonDelegatingAddRef();
-  return f;
-}
-
 // One tap of `ms`, wet 0 dB, dry as given, no feedback.
 EchomtParams OneTap(int ms, int dry = -800) {
   EchomtParams p = QX_ECHOMT_DEFAULTS;
@@ -45,36 +19,14 @@ EchomtParams OneTap(int ms, int dry = -800) {
 }
 
 // source -> Multi-Tap Delay -> collecting sink, running.
-struct Rig {
-  CPushSource* source = nullptr;
-  CQxEchomt* echomt = nullptr;
-  CCollectSink* sink = nullptr;
-
-  Rig(const WAVEFORMATEX& f, const EchomtParams& p, LONG bufferFrames = 16) {
-    CMediaType mt = TypeOf(f);
-    EXPECT_EQ(CPushSource::Create(mt, bufferFrames * f.nBlockAlign, 2, &source), S_OK);
-    echomt = NewEchomt();
-    EXPECT_EQ(echomt->SetAllParameters(&p), S_OK);
-    EXPECT_EQ(CCollectSink::Create(&sink), S_OK);
-    EXPECT_EQ(source->GetPin(0)->Connect(echomt->GetPin(0), &mt), S_OK);
-    EXPECT_EQ(echomt->GetPin(1)->Connect(sink->GetPin(0), nullptr), S_OK);
-    for (IBaseFilter* b : Filters()) EXPECT_EQ(b->Run(0), S_OK);
-  }
-  ~Rig() {
-    for (IBaseFilter* b : Filters()) b->Stop();
-    // Connected pins hold their neighbours; undo that as a graph manager would.
-    for (IPin* pin : {source->GetPin(0), echomt->GetPin(0), echomt->GetPin(1), sink->GetPin(0)})
-      pin->Disconnect();
-    source->Release();
-    echomt->NonDelegatingRelease();
-    sink->Release();
-  }
-  std::vector<IBaseFilter*> Filters() { return {sink, echomt, source}; }
+struct Rig : EffectRig<CQxEchomt> {
+  Rig(const WAVEFORMATEX& f, const EchomtParams& p, LONG bufferFrames = 16)
+      : EffectRig(f, bufferFrames, [&](CQxEchomt* e) { EXPECT_EQ(e->SetAllParameters(&p), S_OK); }) {}
 };
 }  // namespace
 
 TEST(EchomtFilter, StartsFromRowZeroAndItsSetsReachTheRightFields) {
-  CQxEchomt* f = NewEchomt();
+  CQxEchomt* f = NewEffect<CQxEchomt>();
   ComPtr<IQxEchomtProp> prop;
   ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IQxEchomtProp, prop.PutVoid()), S_OK);
   EchomtParams p{};
@@ -113,7 +65,7 @@ TEST(EchomtFilter, StartsFromRowZeroAndItsSetsReachTheRightFields) {
 }
 
 TEST(EchomtFilter, RecordPersistsAs160BytesAndTheTwentySixPresetsLoad) {
-  CQxEchomt* f = NewEchomt();
+  CQxEchomt* f = NewEffect<CQxEchomt>();
   ComPtr<IPersistStream> persist;
   ComPtr<IStaticFilterPreset> presets;
   ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IPersistStream, persist.PutVoid()), S_OK);
@@ -154,22 +106,21 @@ TEST(EchomtFilter, RecordPersistsAs160BytesAndTheTwentySixPresetsLoad) {
 }
 
 TEST(EchomtFilter, StereoEchoesThroughTheGraphAndTheTailIsOneLineLong) {
-  WAVEFORMATEX fmt = Plain(1, 2, 16);
+  WAVEFORMATEX fmt = PlainFormat(1, 2, 16, 1000);
   EchomtParams p = OneTap(10);
   p.tapPan[0] = 50;  // full right, half left
   Rig rig(fmt, p);
   WAVEFORMATEX got;
-  ASSERT_EQ(rig.echomt->GetWaveFormat(&got), S_OK);
+  ASSERT_EQ(rig.effect->GetWaveFormat(&got), S_OK);
   EXPECT_EQ(got.nChannels, 2);
   std::vector<int16_t> in(2 * 12, 0);
   in[0] = 8000;
   in[1] = 4000;
-  ASSERT_EQ(rig.source->PushBytes(in.data(), static_cast<LONG>(in.size() * 2)), S_OK);
-  ASSERT_EQ(rig.echomt->EndOfStream(), S_OK);
+  ASSERT_EQ(rig.Push(in), S_OK);
+  ASSERT_EQ(rig.effect->EndOfStream(), S_OK);
   EXPECT_EQ(rig.sink->endOfStreamCount, 1);
-  std::vector<int16_t> out(rig.sink->bytes.size() / 2);
-  std::memcpy(out.data(), rig.sink->bytes.data(), out.size() * 2);
-  const int32_t L = rig.echomt->Engine().LineFrames();
+  std::vector<int16_t> out = rig.Out();
+  const int32_t L = rig.effect->Engine().LineFrames();
   ASSERT_EQ(L, 11);  // 10 frames at 1000 Hz, one more so the read stays inside the line
   ASSERT_EQ(out.size(), in.size() + 2u * L);
   for (size_t i = 0; i < out.size(); ++i) {
@@ -180,21 +131,21 @@ TEST(EchomtFilter, StereoEchoesThroughTheGraphAndTheTailIsOneLineLong) {
 }
 
 TEST(EchomtFilter, An8BitTailIsFilledWithTheMidpointNotZero) {
-  WAVEFORMATEX fmt = Plain(1, 1, 8);
+  WAVEFORMATEX fmt = PlainFormat(1, 1, 8, 1000);
   Rig rig(fmt, OneTap(20, 0));  // dry at 0 dB: a tail of zero bytes would come out at -1.0
   std::vector<uint8_t> in(8, 0x80);
   in[0] = 0xC0;  // +0.5
-  ASSERT_EQ(rig.source->PushBytes(in.data(), 8), S_OK);
-  ASSERT_EQ(rig.echomt->EndOfStream(), S_OK);
-  const std::vector<BYTE>& out = rig.sink->bytes;
-  const size_t L = static_cast<size_t>(rig.echomt->Engine().LineFrames());
+  ASSERT_EQ(rig.Push(in), S_OK);
+  ASSERT_EQ(rig.effect->EndOfStream(), S_OK);
+  const std::vector<BYTE>& out = rig.OutBytes();
+  const size_t L = static_cast<size_t>(rig.effect->Engine().LineFrames());
   ASSERT_EQ(out.size(), 8 + L);
   EXPECT_EQ(out[0], 0xC0);
   for (size_t i = 1; i < out.size(); ++i) ASSERT_EQ(out[i], i == 20 ? 0xC0 : 0x80) << i;
 }
 
 TEST(EchomtFilter, FloatDoorRendersTheTailAndItsResetEmptiesTheLines) {
-  CQxEchomt* f = NewEchomt();
+  CQxEchomt* f = NewEffect<CQxEchomt>();
   ComPtr<IQxAudioTransformFloat> door;
   ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IQxAudioTransformFloat, door.PutVoid()), S_OK);
   EchomtParams p = OneTap(10);

@@ -8,78 +8,13 @@
 #include <vector>
 
 #include "aplugins/qxppack1/delay/echos_filter.h"
-#include "platform/mediagraph/endpoints.h"
+#include "tests/support/effect_rig.h"
 
 namespace {
-WAVEFORMATEX Plain(WORD tag, WORD channels, WORD bits, DWORD rate = 8000) {
-  WAVEFORMATEX f{};
-  f.wFormatTag = tag;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = bits;
-  f.nBlockAlign = static_cast<WORD>(channels * bits / 8);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
-}
-
-WAVEFORMATEXTENSIBLE Extensible(const GUID& sub, WORD channels, WORD bits, DWORD rate = 8000) {
-  WAVEFORMATEXTENSIBLE x{};
-  x.Format = Plain(WAVE_FORMAT_EXTENSIBLE, channels, bits, rate);
-  x.Format.cbSize = 22;
-  x.Samples.wValidBitsPerSample = bits;
-  x.SubFormat = sub;
-  return x;
-}
-
-CMediaType TypeOf(const void* format, ULONG bytes) {
-  CMediaType mt;
-  mt.SetType(&MEDIATYPE_Audio);
-  mt.SetFormatType(&FORMAT_WaveFormatEx);
-  mt.SetFormat(static_cast<const BYTE*>(format), bytes);
-  return mt;
-}
-
-CQxEchos* NewEchos() {
-  HRESULT hr = S_OK;
-  auto* f = static_cast<CQxEchos*>(CQxEchos::CreateInstance(nullptr, &hr));
-  f->NonDelegatingAddRef();
-  return f;
-}
-
 // source -> Simple Delay -> collecting sink, running.
-struct Rig {
-  CPushSource* source = nullptr;
-  CQxEchos* echos = nullptr;
-  CCollectSink* sink = nullptr;
-  WAVEFORMATEX format;
-
-  Rig(const WAVEFORMATEX& f, const EchosParams& p, LONG bufferFrames = 64) : format(f) {
-    CMediaType mt = TypeOf(&f, sizeof f);
-    EXPECT_EQ(CPushSource::Create(mt, bufferFrames * f.nBlockAlign, 2, &source), S_OK);
-    echos = NewEchos();
-    echos->SetAllParameters(&p);
-    EXPECT_EQ(CCollectSink::Create(&sink), S_OK);
-    EXPECT_EQ(source->GetPin(0)->Connect(echos->GetPin(0), &mt), S_OK);
-    EXPECT_EQ(echos->GetPin(1)->Connect(sink->GetPin(0), nullptr), S_OK);
-    for (IBaseFilter* b : Filters()) EXPECT_EQ(b->Run(0), S_OK);
-  }
-  ~Rig() {
-    for (IBaseFilter* b : Filters()) b->Stop();
-    // Connected pins hold their peers; break the links so the filters can go.
-    for (CBasePin* pin : {source->GetPin(0), echos->GetPin(0), echos->GetPin(1), sink->GetPin(0)}) pin->Disconnect();
-    source->Release();
-    echos->NonDelegatingRelease();
-    sink->Release();
-  }
-  std::vector<IBaseFilter*> Filters() { return {sink, echos, source}; }
-  HRESULT Push(const std::vector<int16_t>& s, bool discontinuity = false) {
-    return source->PushBytes(s.data(), static_cast<LONG>(s.size() * 2), nullptr, nullptr, discontinuity);
-  }
-  std::vector<int16_t> Out() const {
-    std::vector<int16_t> v(sink->bytes.size() / 2);
-    std::memcpy(v.data(), sink->bytes.data(), v.size() * 2);
-    return v;
-  }
+struct Rig : EffectRig<CQxEchos> {
+  Rig(const WAVEFORMATEX& f, const EchosParams& p, LONG bufferFrames = 64)
+      : EffectRig(f, bufferFrames, [&](CQxEchos* e) { e->SetAllParameters(&p); }) {}
 };
 
 EchosParams PureDelay(int ms, int multiple = 0, int decay = 20) {
@@ -103,7 +38,7 @@ struct TailFlag final : IQxSampleTailFlag {
 }  // namespace
 
 TEST(EchosFilter, AcceptsTheSixFormsUpTo32ChannelsAndNothingElse) {
-  CQxEchos* f = NewEchos();
+  CQxEchos* f = NewEffect<CQxEchos>();
   struct Case {
     WORD tag, bits, channels;
     bool ok;
@@ -111,38 +46,38 @@ TEST(EchosFilter, AcceptsTheSixFormsUpTo32ChannelsAndNothingElse) {
                {3, 64, 3, true},  {1, 24, 2, false}, {1, 16, 33, false}, {1, 16, 0, false},
                {3, 16, 2, false}, {2, 16, 2, false}};
   for (const Case& c : cases) {
-    WAVEFORMATEX w = Plain(c.tag, c.channels, c.bits);
-    CMediaType mt = TypeOf(&w, sizeof w);
+    WAVEFORMATEX w = PlainFormat(c.tag, c.channels, c.bits);
+    CMediaType mt = AudioType(w);
     EXPECT_EQ(f->CheckInputType(&mt), c.ok ? S_OK : E_INVALIDARG) << c.tag << "/" << c.bits << "/" << c.channels;
     if (c.tag == 2) continue;
-    WAVEFORMATEXTENSIBLE x = Extensible(c.tag == 1 ? KSDATAFORMAT_SUBTYPE_PCM : KSDATAFORMAT_SUBTYPE_IEEE_FLOAT,
+    WAVEFORMATEXTENSIBLE x = ExtensibleFormat(c.tag == 1 ? KSDATAFORMAT_SUBTYPE_PCM : KSDATAFORMAT_SUBTYPE_IEEE_FLOAT,
                                         c.channels, c.bits);
-    CMediaType xt = TypeOf(&x, sizeof x);
+    CMediaType xt = AudioType(x);
     EXPECT_EQ(f->CheckInputType(&xt), c.ok ? S_OK : E_INVALIDARG);
   }
-  WAVEFORMATEX w = Plain(1, 2, 16);
-  CMediaType mt = TypeOf(&w, 14);
+  WAVEFORMATEX w = PlainFormat(1, 2, 16);
+  CMediaType mt = AudioType(&w, 14);
   EXPECT_EQ(f->CheckInputType(&mt), E_INVALIDARG);  // format block under 16 bytes
-  mt = TypeOf(&w, sizeof w);
+  mt = AudioType(w);
   mt.SetTemporalCompression(TRUE);
   EXPECT_EQ(f->CheckInputType(&mt), E_INVALIDARG);
-  WAVEFORMATEXTENSIBLE x = Extensible(GUID_NULL, 2, 16);
-  CMediaType xt = TypeOf(&x, sizeof x);
+  WAVEFORMATEXTENSIBLE x = ExtensibleFormat(GUID_NULL, 2, 16);
+  CMediaType xt = AudioType(x);
   EXPECT_EQ(f->CheckInputType(&xt), E_INVALIDARG);
-  x = Extensible(KSDATAFORMAT_SUBTYPE_PCM, 2, 16);
+  x = ExtensibleFormat(KSDATAFORMAT_SUBTYPE_PCM, 2, 16);
   x.Format.cbSize = 21;
-  xt = TypeOf(&x, sizeof x);
+  xt = AudioType(x);
   EXPECT_EQ(f->CheckInputType(&xt), E_INVALIDARG);
   f->NonDelegatingRelease();
 }
 
 TEST(EchosFilter, ExtensibleFormatIsReducedToThePlainFormAndTheChangeIsPosted) {
-  CQxEchos* f = NewEchos();
+  CQxEchos* f = NewEffect<CQxEchos>();
   HWND w = CreateWindowHandle();
   EXPECT_EQ(f->RegisterWindow(w, 77), S_OK);
-  WAVEFORMATEXTENSIBLE x = Extensible(KSDATAFORMAT_SUBTYPE_IEEE_FLOAT, 6, 32, 48000);
+  WAVEFORMATEXTENSIBLE x = ExtensibleFormat(KSDATAFORMAT_SUBTYPE_IEEE_FLOAT, 6, 32, 48000);
   x.Format.nBlockAlign = 99;  // recomputed, not trusted
-  CMediaType xt = TypeOf(&x, sizeof x);
+  CMediaType xt = AudioType(x);
   EXPECT_EQ(f->SetMediaType(PINDIR_OUTPUT, &xt), S_OK);
   EXPECT_EQ(f->Format().wFormatTag, WAVE_FORMAT_IEEE_FLOAT);
   EXPECT_EQ(f->Format().nBlockAlign, 24);
@@ -169,12 +104,12 @@ TEST(EchosFilter, ExtensibleFormatIsReducedToThePlainFormAndTheChangeIsPosted) {
 
 TEST(EchosFilter, ImpulseEchoesAndTheTailFollowsTheEndOfStream) {
   // 2 ms at 8000 Hz: a 16-frame line, single echo at full gain, dry silent.
-  Rig rig(Plain(1, 2, 16), PureDelay(2));
+  Rig rig(PlainFormat(1, 2, 16), PureDelay(2));
   std::vector<int16_t> in(2 * 40, 0);
   in[0] = 1000;
   in[1] = -2000;
   ASSERT_EQ(rig.Push(in, true), S_OK);
-  ASSERT_EQ(rig.echos->EndOfStream(), S_OK);
+  ASSERT_EQ(rig.effect->EndOfStream(), S_OK);
   std::vector<int16_t> out = rig.Out();
   ASSERT_EQ(out.size(), in.size() + 2 * 16u);  // the tail is one line length
   for (size_t i = 0; i < out.size(); ++i) {
@@ -187,7 +122,7 @@ TEST(EchosFilter, ImpulseEchoesAndTheTailFollowsTheEndOfStream) {
 }
 
 TEST(EchosFilter, PartialFramesAreCutAndEmptySamplesPassUnchanged) {
-  Rig rig(Plain(1, 2, 16), PureDelay(2));
+  Rig rig(PlainFormat(1, 2, 16), PureDelay(2));
   BYTE ten[10] = {};
   ASSERT_EQ(rig.source->PushBytes(ten, 10), S_OK);
   ASSERT_EQ(rig.source->PushBytes(ten, 0), S_OK);
@@ -197,14 +132,14 @@ TEST(EchosFilter, PartialFramesAreCutAndEmptySamplesPassUnchanged) {
 }
 
 TEST(EchosFilter, EndOfStreamBeforeAnySampleDeliversNothing) {
-  Rig rig(Plain(1, 1, 16), PureDelay(2));
-  EXPECT_EQ(rig.echos->EndOfStream(), S_OK);
+  Rig rig(PlainFormat(1, 1, 16), PureDelay(2));
+  EXPECT_EQ(rig.effect->EndOfStream(), S_OK);
   EXPECT_EQ(rig.sink->endOfStreamCount, 0);
   EXPECT_TRUE(rig.sink->records.empty());
 }
 
 TEST(EchosFilter, DiscontinuityClearsTheLineEvenWithNoParameterChange) {
-  Rig rig(Plain(1, 1, 16), PureDelay(2));
+  Rig rig(PlainFormat(1, 1, 16), PureDelay(2));
   std::vector<int16_t> impulse(8, 0), silence(24, 0);
   impulse[0] = 5000;
   rig.Push(impulse, true);
@@ -220,34 +155,34 @@ TEST(EchosFilter, DiscontinuityClearsTheLineEvenWithNoParameterChange) {
 TEST(EchosFilter, BypassPassesSamplesUntouchedHasNoTailAndLeavesEmptyLines) {
   EchosParams p = PureDelay(2, 1, 200);
   p.DryOut = -60;
-  Rig rig(Plain(1, 1, 16), p);
+  Rig rig(PlainFormat(1, 1, 16), p);
   std::vector<int16_t> impulse(8, 0), silence(40, 0);
   impulse[0] = 5000;
   rig.Push(impulse, true);  // fills the line
-  rig.echos->SetBypass(1);
+  rig.effect->SetBypass(1);
   rig.sink->bytes.clear();
   std::vector<int16_t> ramp(40);
   for (int i = 0; i < 40; ++i) ramp[i] = static_cast<int16_t>(i * 100 - 2000);
   rig.Push(ramp);
   EXPECT_EQ(rig.Out(), ramp);
-  rig.echos->SetBypass(0);
+  rig.effect->SetBypass(0);
   rig.sink->bytes.clear();
   rig.Push(silence);
   for (int16_t v : rig.Out()) ASSERT_EQ(v, 0);  // the old echo was forgotten
-  rig.echos->SetBypass(1);
+  rig.effect->SetBypass(1);
   rig.Push(silence);
   size_t before = rig.sink->records.size();
-  EXPECT_EQ(rig.echos->EndOfStream(), S_OK);
+  EXPECT_EQ(rig.effect->EndOfStream(), S_OK);
   EXPECT_EQ(rig.sink->records.size(), before);
   EXPECT_EQ(rig.sink->endOfStreamCount, 1);
 }
 
 TEST(EchosFilter, TailRequestSamplesGetTheRemainingTailThenAreLeftUnread) {
-  CQxEchos* f = NewEchos();
+  CQxEchos* f = NewEffect<CQxEchos>();
   EchosParams p = PureDelay(2);
   f->SetAllParameters(&p);
-  WAVEFORMATEX w = Plain(1, 1, 16);
-  CMediaType mt = TypeOf(&w, sizeof w);
+  WAVEFORMATEX w = PlainFormat(1, 1, 16);
+  CMediaType mt = AudioType(w);
   f->SetMediaType(PINDIR_INPUT, &mt);
   ASSERT_EQ(f->StartStreaming(), S_OK);
   TailFlag flag;
@@ -280,7 +215,7 @@ TEST(EchosFilter, TailRequestSamplesGetTheRemainingTailThenAreLeftUnread) {
 }
 
 TEST(EchosFilter, FloatDoorMatchesTheGraphAndRendersTheTail) {
-  CQxEchos* f = NewEchos();
+  CQxEchos* f = NewEffect<CQxEchos>();
   ComPtr<IQxAudioTransformFloat> door;
   ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IQxAudioTransformFloat, door.PutVoid()), S_OK);
   EchosParams p = PureDelay(2, 1, 1);  // 0.1 s decay over a 16-frame line: feedback on

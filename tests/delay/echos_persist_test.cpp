@@ -7,54 +7,10 @@
 #include <vector>
 
 #include "aplugins/qxppack1/delay/echos_filter.h"
+#include "tests/support/effect_rig.h"
 
 namespace {
-struct Filter {
-  CQxEchos* f;
-  HWND window = CreateWindowHandle();
-  Filter() {
-    HRESULT hr = S_OK;
-    f = static_cast<CQxEchos*>(CQxEchos::CreateInstance(nullptr, &hr));
-    f->NonDelegatingAddRef();
-    f->RegisterWindow(window, 9);
-  }
-  ~Filter() {
-    f->NonDelegatingRelease();
-    DestroyWindow(window);
-  }
-  template <class T>
-  ComPtr<T> As(REFIID iid) {
-    ComPtr<T> p;
-    f->NonDelegatingQueryInterface(iid, p.PutVoid());
-    return p;
-  }
-  // The codes posted since the last call.
-  std::vector<int> Codes() {
-    std::vector<int> codes;
-    MSG m;
-    while (PeekMessage(&m, window, 0, 0, PM_REMOVE)) codes.push_back(HIWORD(m.wParam));
-    return codes;
-  }
-  EchosParams Record() {
-    EchosParams p{};
-    f->GetAllParameters(&p);
-    return p;
-  }
-};
-
-std::vector<BYTE> Frame(const char* tag, uint32_t size, const void* data, size_t bytes) {
-  std::vector<BYTE> v(20 + bytes);
-  GUID g = *GuidFromString(tag);
-  std::memcpy(v.data(), &size, 4);
-  std::memcpy(v.data() + 4, &g, 16);
-  std::memcpy(v.data() + 20, data, bytes);
-  return v;
-}
-
-HRESULT LoadBytes(IPersistStream* p, std::vector<BYTE> bytes) {
-  ComPtr<IStream> s(CMemoryStream::Create(std::move(bytes)), false);
-  return p->Load(s.Get());
-}
+using Filter = WatchedEffect<CQxEchos, EchosParams>;
 
 constexpr char kV1[] = "54F29263-79B1-11D0-AEBC-00A0C9053912";
 constexpr char kV2[] = "C9A9FEC7-8A9B-4CFE-AEBC-92EA0E505219";
@@ -98,12 +54,12 @@ TEST(EchosPersist, OlderVersionsLoadWithTheirDefaults) {
   Filter a;
   auto p = a.As<IPersistStream>(IID_IPersistStream);
   const int32_t v1[5] = {1, 300, 15, -30, -90};
-  ASSERT_EQ(LoadBytes(p.Get(), Frame(kV1, 40, v1, sizeof v1)), S_OK);
+  ASSERT_EQ(LoadBytes(p.Get(), PersistFrame(kV1, 40, v1, sizeof v1)), S_OK);
   EchosParams r = a.Record();
   EchosParams want1{1, 300, 15, -30, -90, 0, 13, 1000, 0, 18, 1000, 0};
   EXPECT_EQ(std::memcmp(&r, &want1, sizeof r), 0);
   const int32_t v2[6] = {0, 250, 7, -10, -20, 1};
-  ASSERT_EQ(LoadBytes(p.Get(), Frame(kV2, 44, v2, sizeof v2)), S_OK);
+  ASSERT_EQ(LoadBytes(p.Get(), PersistFrame(kV2, 44, v2, sizeof v2)), S_OK);
   r = a.Record();
   EchosParams want2{0, 250, 7, -10, -20, 1, 13, 1000, 0, 18, 1000, 0};
   EXPECT_EQ(std::memcmp(&r, &want2, sizeof r), 0);
@@ -115,8 +71,8 @@ TEST(EchosPersist, UnknownOrMisSizedRecordsChangeNothingButStillNotify) {
   EchosParams before = a.Record();
   a.Codes();
   const int32_t junk[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-  EXPECT_EQ(LoadBytes(p.Get(), Frame(kV3, 44, junk, 24)), S_OK);  // current tag, wrong size
-  EXPECT_EQ(LoadBytes(p.Get(), Frame("00000000-0000-0000-0000-000000000001", 68, junk, 48)), S_OK);
+  EXPECT_EQ(LoadBytes(p.Get(), PersistFrame(kV3, 44, junk, 24)), S_OK);  // current tag, wrong size
+  EXPECT_EQ(LoadBytes(p.Get(), PersistFrame("00000000-0000-0000-0000-000000000001", 68, junk, 48)), S_OK);
   EchosParams after = a.Record();
   EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
   EXPECT_EQ(a.Codes(), (std::vector<int>{100, 100}));

@@ -10,18 +10,11 @@
 #include <vector>
 
 #include "aplugins/qxppack1/delay/echos_filter.h"
-#include "platform/mediagraph/endpoints.h"
+#include "tests/support/effect_rig.h"
 #include "tools/qxfx/tempo_host.h"
 
 namespace {
 constexpr uint32_t kRate = 8000;
-
-CQxEchos* NewEchos() {
-  HRESULT hr = S_OK;
-  auto* f = static_cast<CQxEchos*>(CQxEchos::CreateInstance(nullptr, &hr));
-  f->NonDelegatingAddRef();
-  return f;
-}
 
 // One echo of a quarter note (times `multiplier` / 1000) at full gain; the dry path silent.
 EchosParams QuarterNoteEcho(int32_t multiplier = 1000) {
@@ -69,7 +62,7 @@ void RunFloat(IQxAudioTransformFloat* door, std::vector<float>& buf, uint32_t bl
 
 TEST(EchosTempo, WithoutHostMapsASyncedQuarterNoteIsTwoSeconds) {
   for (bool emptyContext : {false, true}) {
-    CQxEchos* f = NewEchos();
+    CQxEchos* f = NewEffect<CQxEchos>();
     EmptyContext ctx;
     if (emptyContext) {
       ComPtr<IMfxSoftSynth> synth;
@@ -96,7 +89,7 @@ TEST(EchosTempo, WithoutHostMapsASyncedQuarterNoteIsTwoSeconds) {
 }
 
 TEST(EchosTempo, FloatDoorSplitsABlockAtATempoChangeAndReapplies) {
-  CQxEchos* f = NewEchos();
+  CQxEchos* f = NewEffect<CQxEchos>();
   ComPtr<IMfxSoftSynth> synth;
   ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IMfxSoftSynth, synth.PutVoid()), S_OK);
   // 120 bpm, then 150 bpm from 1 s (frame 8000).
@@ -125,41 +118,17 @@ TEST(EchosTempo, FloatDoorSplitsABlockAtATempoChangeAndReapplies) {
   f->NonDelegatingRelease();
 }
 
-// source -> Simple Delay -> collecting sink, 16-bit mono at kRate.
-struct Rig {
-  CPushSource* source = nullptr;
-  CQxEchos* echos = NewEchos();
-  CCollectSink* sink = nullptr;
-  explicit Rig(const EchosParams& p, IUnknown* context) {
-    WAVEFORMATEX f{1, 1, kRate, kRate * 2, 2, 16, 0};
-    CMediaType mt;
-    mt.SetType(&MEDIATYPE_Audio);
-    mt.SetFormatType(&FORMAT_WaveFormatEx);
-    mt.SetFormat(reinterpret_cast<const BYTE*>(&f), sizeof f);
-    EXPECT_EQ(CPushSource::Create(mt, 5000 * 2, 2, &source), S_OK);
-    echos->SetAllParameters(&p);
-    ComPtr<IMfxSoftSynth> synth;
-    EXPECT_EQ(echos->NonDelegatingQueryInterface(IID_IMfxSoftSynth, synth.PutVoid()), S_OK);
-    EXPECT_EQ(synth->Connect(context), S_OK);
-    EXPECT_EQ(CCollectSink::Create(&sink), S_OK);
-    EXPECT_EQ(source->GetPin(0)->Connect(echos->GetPin(0), &mt), S_OK);
-    EXPECT_EQ(echos->GetPin(1)->Connect(sink->GetPin(0), nullptr), S_OK);
-    EXPECT_EQ(synth->StartPlayback(0), S_OK);
-    for (IBaseFilter* b : {static_cast<IBaseFilter*>(sink), static_cast<IBaseFilter*>(echos),
-                           static_cast<IBaseFilter*>(source)})
-      EXPECT_EQ(b->Run(0), S_OK);
-  }
-  ~Rig() {
-    for (IBaseFilter* b : {static_cast<IBaseFilter*>(sink), static_cast<IBaseFilter*>(echos),
-                           static_cast<IBaseFilter*>(source)})
-      b->Stop();
-    // Connected pins hold each other's filters: break the connections before letting go.
-    for (CBasePin* pin : {source->GetPin(0), echos->GetPin(0), echos->GetPin(1), sink->GetPin(0)})
-      pin->Disconnect();
-    source->Release();
-    echos->NonDelegatingRelease();
-    sink->Release();
-  }
+// source -> Simple Delay -> collecting sink, 16-bit mono at kRate, with the host context connected
+// and playback started before the pins connect.
+struct Rig : EffectRig<CQxEchos> {
+  Rig(const EchosParams& p, IUnknown* context)
+      : EffectRig(PlainFormat(WAVE_FORMAT_PCM, 1, 16, kRate), 5000, [&](CQxEchos* e) {
+          e->SetAllParameters(&p);
+          ComPtr<IMfxSoftSynth> synth;
+          EXPECT_EQ(e->NonDelegatingQueryInterface(IID_IMfxSoftSynth, synth.PutVoid()), S_OK);
+          EXPECT_EQ(synth->Connect(context), S_OK);
+          EXPECT_EQ(synth->StartPlayback(0), S_OK);
+        }) {}
 };
 
 TEST(EchosTempo, MediaPathSplitsASampleAtTempoAndMeterChanges) {
@@ -167,7 +136,7 @@ TEST(EchosTempo, MediaPathSplitsASampleAtTempoAndMeterChanges) {
   EchosParams p = QuarterNoteEcho();
   Rig rig(p, Context("tempo 0 120\ntempo 1s 150\nmeter 4b 3/4\n"));
   ComPtr<IMfxSoftSynth> synth;
-  ASSERT_EQ(rig.echos->NonDelegatingQueryInterface(IID_IMfxSoftSynth, synth.PutVoid()), S_OK);
+  ASSERT_EQ(rig.effect->NonDelegatingQueryInterface(IID_IMfxSoftSynth, synth.PutVoid()), S_OK);
   WAVEFORMATEX wf{};
   ASSERT_EQ(synth->GetMfxWaveFormat(&wf), S_OK);
   EXPECT_EQ(wf.nSamplesPerSec, kRate);
@@ -176,15 +145,14 @@ TEST(EchosTempo, MediaPathSplitsASampleAtTempoAndMeterChanges) {
   for (size_t i : {0, 7999, 8000, 9000}) in[i] = 10000;
   for (size_t at = 0; at < in.size(); at += 5000)
     ASSERT_EQ(rig.source->PushBytes(in.data() + at, 5000 * 2, nullptr, nullptr, at == 0), S_OK);
-  std::vector<int16_t> out(rig.sink->bytes.size() / 2);
-  std::memcpy(out.data(), rig.sink->bytes.data(), out.size() * 2);
+  std::vector<int16_t> out = rig.Out();
   ASSERT_EQ(out.size(), in.size());
   std::vector<size_t> at;
   for (size_t i = 0; i < out.size(); ++i)
     if (out[i]) at.push_back(i);
   // The meter change at frame 14400 re-applies too, but leaves the line alone (same length).
   EXPECT_EQ(at, (std::vector<size_t>{4000, 11200, 12200}));
-  EXPECT_EQ(rig.echos->Engine().LineLength(), 3200u);
+  EXPECT_EQ(rig.effect->Engine().LineLength(), 3200u);
 }
 
 TEST(EchosTempo, QxfxTempoOptionsOnARealFileGiveAFourTenthsSecondEcho) {
@@ -202,7 +170,7 @@ TEST(EchosTempo, QxfxTempoOptionsOnARealFileGiveAFourTenthsSecondEcho) {
   sf_write_short(w, zero, 16);
   sf_close(w);
 
-  CQxEchos* f = NewEchos();
+  CQxEchos* f = NewEffect<CQxEchos>();
   QxfxTempoOptions options;
   options.tempo = 150;
   bool connected = false;
@@ -217,7 +185,7 @@ TEST(EchosTempo, QxfxTempoOptionsOnARealFileGiveAFourTenthsSecondEcho) {
   RunFloat(f, buf, 4096);
   EXPECT_EQ(NonZero(buf), std::vector<size_t>{1000 + 17640});
   // No tempo option: nothing is connected.
-  CQxEchos* g = NewEchos();
+  CQxEchos* g = NewEffect<CQxEchos>();
   ASSERT_TRUE(QxfxConnectTempo(g->GetOwner(), QxfxTempoOptions{}, path, &connected, &error));
   EXPECT_FALSE(connected);
   EXPECT_EQ(g->HasTempoMap(), 0);

@@ -7,44 +7,9 @@
 #include <vector>
 
 #include "aplugins/qxppack1/pitchtime/time_filter.h"
-#include "platform/mediagraph/endpoints.h"
+#include "tests/support/effect_rig.h"
 
 namespace {
-WAVEFORMATEX Plain(WORD tag, WORD channels, WORD bits, DWORD rate = 8000) {
-  WAVEFORMATEX f{};
-  f.wFormatTag = tag;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = bits;
-  f.nBlockAlign = static_cast<WORD>(channels * bits / 8);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
-}
-
-WAVEFORMATEXTENSIBLE Extensible(const GUID& sub, WORD channels, WORD bits, DWORD rate = 8000) {
-  WAVEFORMATEXTENSIBLE x{};
-  x.Format = Plain(WAVE_FORMAT_EXTENSIBLE, channels, bits, rate);
-  x.Format.cbSize = 22;
-  x.Samples.wValidBitsPerSample = bits;
-  x.SubFormat = sub;
-  return x;
-}
-
-CMediaType TypeOf(const void* format, ULONG bytes) {
-  CMediaType mt;
-  mt.SetType(&MEDIATYPE_Audio);
-  mt.SetFormatType(&FORMAT_WaveFormatEx);
-  mt.SetFormat(static_cast<const BYTE*>(format), bytes);
-  return mt;
-}
-
-CQxTime* NewTime() {
-  HRESULT hr = S_OK;
-  auto* f = static_cast<CQxTime*>(CQxTime::CreateInstance(nullptr, &hr));
-  f->NonDelegatingAddRef();
-  return f;
-}
-
 // A mono or stereo 16-bit tone with a slow level change, so that every splice has something to
 // search for.
 std::vector<int16_t> Tone(int frames, int channels, DWORD rate = 8000) {
@@ -57,32 +22,9 @@ std::vector<int16_t> Tone(int frames, int channels, DWORD rate = 8000) {
 }
 
 // source -> Time Stretch -> collecting sink, running.
-struct Rig {
-  CPushSource* source = nullptr;
-  CQxTime* time = nullptr;
-  CCollectSink* sink = nullptr;
-  WAVEFORMATEX format;
-  LONG bufferFrames;
-
-  Rig(const WAVEFORMATEX& f, double finalLength, LONG frames = 512) : format(f), bufferFrames(frames) {
-    CMediaType mt = TypeOf(&f, sizeof f);
-    EXPECT_EQ(CPushSource::Create(mt, frames * f.nBlockAlign, 2, &source), S_OK);
-    time = NewTime();
-    time->SetFinalLength(finalLength);
-    EXPECT_EQ(CCollectSink::Create(&sink), S_OK);
-    EXPECT_EQ(source->GetPin(0)->Connect(time->GetPin(0), &mt), S_OK);
-    EXPECT_EQ(time->GetPin(1)->Connect(sink->GetPin(0), nullptr), S_OK);
-    for (IBaseFilter* b : Filters()) EXPECT_EQ(b->Run(0), S_OK);
-  }
-  ~Rig() {
-    for (IBaseFilter* b : Filters()) b->Stop();
-    // Connected pins hold each other's filters; break the links before letting go.
-    for (CBasePin* p : {source->GetPin(0), time->GetPin(0), time->GetPin(1), sink->GetPin(0)}) p->Disconnect();
-    source->Release();
-    time->NonDelegatingRelease();
-    sink->Release();
-  }
-  std::vector<IBaseFilter*> Filters() { return {sink, time, source}; }
+struct Rig : EffectRig<CQxTime> {
+  Rig(const WAVEFORMATEX& f, double finalLength, LONG frames = 512)
+      : EffectRig(f, frames, [&](CQxTime* t) { t->SetFinalLength(finalLength); }) {}
   // Pushes `s` in blocks of the source's buffer; the first block is a sync point and may carry a
   // time and the discontinuity flag, the others carry times far from the stretched stream's.
   HRESULT PushAll(const std::vector<int16_t>& s, REFERENCE_TIME firstStart = -1) {
@@ -109,38 +51,38 @@ QxSpliceSizes SizesAt(int mode, DWORD rate) {
 }  // namespace
 
 TEST(TimeFilter, AcceptsTheSixFormsAndAsksInputAndOutputToAgree) {
-  CQxTime* f = NewTime();
+  CQxTime* f = NewEffect<CQxTime>();
   struct Case {
     WORD tag, bits, channels;
     bool ok;
   } cases[] = {{1, 8, 1, true},  {1, 16, 2, true},   {1, 32, 32, true},  {3, 32, 6, true},
                {3, 64, 3, true}, {1, 24, 2, false},  {1, 16, 33, false}, {3, 16, 2, false}};
   for (const Case& c : cases) {
-    WAVEFORMATEX w = Plain(c.tag, c.channels, c.bits);
-    CMediaType mt = TypeOf(&w, sizeof w);
+    WAVEFORMATEX w = PlainFormat(c.tag, c.channels, c.bits);
+    CMediaType mt = AudioType(w);
     EXPECT_EQ(f->CheckInputType(&mt), c.ok ? S_OK : E_INVALIDARG) << c.tag << "/" << c.bits;
-    WAVEFORMATEXTENSIBLE x = Extensible(c.tag == 1 ? KSDATAFORMAT_SUBTYPE_PCM : KSDATAFORMAT_SUBTYPE_IEEE_FLOAT,
+    WAVEFORMATEXTENSIBLE x = ExtensibleFormat(c.tag == 1 ? KSDATAFORMAT_SUBTYPE_PCM : KSDATAFORMAT_SUBTYPE_IEEE_FLOAT,
                                         c.channels, c.bits);
-    CMediaType xt = TypeOf(&x, sizeof x);
+    CMediaType xt = AudioType(x);
     EXPECT_EQ(f->CheckInputType(&xt), c.ok ? S_OK : E_INVALIDARG);
   }
-  WAVEFORMATEX w = Plain(1, 2, 16);
-  CMediaType shortBlock = TypeOf(&w, 14);
+  WAVEFORMATEX w = PlainFormat(1, 2, 16);
+  CMediaType shortBlock = AudioType(&w, 14);
   EXPECT_EQ(f->CheckInputType(&shortBlock), E_INVALIDARG);
 
-  const WAVEFORMATEX in = Plain(1, 2, 16, 44100);
-  const CMediaType a = TypeOf(&in, sizeof in);
-  const WAVEFORMATEX outs[] = {Plain(1, 2, 16, 48000), Plain(1, 1, 16, 44100), Plain(1, 2, 32, 44100),
-                               Plain(3, 2, 32, 44100)};
+  const WAVEFORMATEX in = PlainFormat(1, 2, 16, 44100);
+  const CMediaType a = AudioType(in);
+  const WAVEFORMATEX outs[] = {PlainFormat(1, 2, 16, 48000), PlainFormat(1, 1, 16, 44100), PlainFormat(1, 2, 32, 44100),
+                               PlainFormat(3, 2, 32, 44100)};
   for (const WAVEFORMATEX& o : outs) {
-    CMediaType b = TypeOf(&o, sizeof o);
+    CMediaType b = AudioType(o);
     EXPECT_EQ(f->CheckTransform(&a, &b), E_INVALIDARG);
   }
-  CMediaType same = TypeOf(&in, sizeof in);
+  CMediaType same = AudioType(in);
   EXPECT_EQ(f->CheckTransform(&a, &same), S_OK);
   // The extensible form of the same stream agrees with its plain form.
-  WAVEFORMATEXTENSIBLE x = Extensible(KSDATAFORMAT_SUBTYPE_PCM, 2, 16, 44100);
-  CMediaType ext = TypeOf(&x, sizeof x);
+  WAVEFORMATEXTENSIBLE x = ExtensibleFormat(KSDATAFORMAT_SUBTYPE_PCM, 2, 16, 44100);
+  CMediaType ext = AudioType(x);
   EXPECT_EQ(f->CheckTransform(&ext, &same), S_OK);
   CMediaType t;
   EXPECT_EQ(f->GetMediaType(0, &t), E_UNEXPECTED);  // no input yet
@@ -148,7 +90,7 @@ TEST(TimeFilter, AcceptsTheSixFormsAndAsksInputAndOutputToAgree) {
 }
 
 TEST(TimeFilter, ConnectionReducesFormatsProposesThePlainTypeAndPostsTheDirection) {
-  CQxTime* f = NewTime();
+  CQxTime* f = NewEffect<CQxTime>();
   HWND w = CreateWindowHandle();
   f->RegisterWindow(w, 40, 1);
   WAVEFORMATEX got;
@@ -157,9 +99,9 @@ TEST(TimeFilter, ConnectionReducesFormatsProposesThePlainTypeAndPostsTheDirectio
   EXPECT_EQ(f->GetSampleRate(&rate), E_FAIL);
   EXPECT_EQ(rate, 44100u);
 
-  WAVEFORMATEXTENSIBLE x = Extensible(KSDATAFORMAT_SUBTYPE_IEEE_FLOAT, 2, 32, 22050);
+  WAVEFORMATEXTENSIBLE x = ExtensibleFormat(KSDATAFORMAT_SUBTYPE_IEEE_FLOAT, 2, 32, 22050);
   x.Format.nBlockAlign = 3;  // a wrong alignment is recomputed
-  CMediaType mt = TypeOf(&x, sizeof x);
+  CMediaType mt = AudioType(x);
   CPushSource* source = nullptr;
   CCollectSink* sink = nullptr;
   ASSERT_EQ(CPushSource::Create(mt, 4096, 2, &source), S_OK);
@@ -207,7 +149,7 @@ TEST(TimeFilter, ConnectionReducesFormatsProposesThePlainTypeAndPostsTheDirectio
 }
 
 TEST(TimeFilter, ShortBlocksDeliverNothingUntilTheFlushWhichIsUntimed) {
-  const WAVEFORMATEX f = Plain(1, 1, 16);
+  const WAVEFORMATEX f = PlainFormat(1, 1, 16);
   const QxSpliceSizes s = SizesAt(0, 8000);
   Rig rig(f, 11000.0, 512);
   // Fewer than OutputHop frames: nothing comes out while streaming.
@@ -225,14 +167,14 @@ TEST(TimeFilter, ShortBlocksDeliverNothingUntilTheFlushWhichIsUntimed) {
 }
 
 TEST(TimeFilter, AnEmptyStreamEndsWithNothingButTheEndOfStream) {
-  Rig rig(Plain(1, 2, 16), 10000.0);
+  Rig rig(PlainFormat(1, 2, 16), 10000.0);
   EXPECT_EQ(rig.Finish(), S_OK);
   EXPECT_TRUE(rig.sink->records.empty());
   EXPECT_EQ(rig.sink->endOfStreamCount, 1);
 }
 
 TEST(TimeFilter, OutputTimesRunOnFromTheDiscontinuityAndIgnoreLaterInputTimes) {
-  const WAVEFORMATEX f = Plain(1, 2, 16);
+  const WAVEFORMATEX f = PlainFormat(1, 2, 16);
   Rig rig(f, 8500.0, 300);
   const REFERENCE_TIME t0 = 12345678;
   ASSERT_EQ(rig.PushAll(Tone(8000 * 3, 2), t0), S_OK);
@@ -262,14 +204,14 @@ TEST(TimeFilter, OutputTimesRunOnFromTheDiscontinuityAndIgnoreLaterInputTimes) {
 }
 
 TEST(TimeFilter, ALongStretchDrawsSeveralOutputBuffersFromOneInput) {
-  const WAVEFORMATEX f = Plain(1, 1, 16);
+  const WAVEFORMATEX f = PlainFormat(1, 1, 16);
   // 500 %: a 2400-frame input block can finish more than four of its own lengths of output.
   Rig rig(f, 50000.0, 2400);
   const std::vector<int16_t> in = Tone(2400 * 6, 1);
   size_t before = 0, most = 0;
   for (int b = 0; b < 6; ++b) {
     std::vector<int16_t> block(in.begin() + b * 2400, in.begin() + (b + 1) * 2400);
-    ASSERT_EQ(rig.source->PushBytes(block.data(), 2400 * 2), S_OK);
+    ASSERT_EQ(rig.Push(block), S_OK);
     most = std::max(most, rig.sink->records.size() - before);
     before = rig.sink->records.size();
   }
@@ -283,8 +225,8 @@ TEST(TimeFilter, ALongStretchDrawsSeveralOutputBuffersFromOneInput) {
 }
 
 TEST(TimeFilter, TotalLengthFollowsTheRatioInEveryForm) {
-  const WAVEFORMATEX forms[] = {Plain(1, 1, 8), Plain(1, 2, 16), Plain(1, 3, 32), Plain(3, 2, 32),
-                                Plain(3, 1, 64)};
+  const WAVEFORMATEX forms[] = {PlainFormat(1, 1, 8), PlainFormat(1, 2, 16), PlainFormat(1, 3, 32),
+                                PlainFormat(3, 2, 32), PlainFormat(3, 1, 64)};
   const double lengths[] = {5000.0, 10000.0, 11000.0, 20000.0};
   const int frames = 8000 * 4;
   const QxSpliceSizes s = SizesAt(0, 8000);
@@ -306,16 +248,16 @@ TEST(TimeFilter, TotalLengthFollowsTheRatioInEveryForm) {
 }
 
 TEST(TimeFilter, ARatioChangeMidStreamKeepsTheAudioAndAModeChangeDropsAWindow) {
-  const WAVEFORMATEX f = Plain(1, 1, 16);
+  const WAVEFORMATEX f = PlainFormat(1, 1, 16);
   const QxSpliceSizes s = SizesAt(0, 8000);
   const std::vector<int16_t> half = Tone(8000 * 2, 1);
   auto run = [&](bool changeMode) {
     Rig rig(f, 10000.0, 500);
     EXPECT_EQ(rig.PushAll(half), S_OK);
     if (changeMode)
-      rig.time->SetMode(2);
+      rig.effect->SetMode(2);
     else
-      rig.time->SetFinalLength(20000.0);
+      rig.effect->SetFinalLength(20000.0);
     EXPECT_EQ(rig.PushAll(half), S_OK);
     EXPECT_EQ(rig.Finish(), S_OK);
     return rig.FramesOut();
@@ -328,8 +270,8 @@ TEST(TimeFilter, ARatioChangeMidStreamKeepsTheAudioAndAModeChangeDropsAWindow) {
 }
 
 TEST(TimeFilter, AStoredModeOutOfRangeStillStreams) {
-  Rig rig(Plain(1, 1, 16), 10000.0);
-  rig.time->SetMode(99);
+  Rig rig(PlainFormat(1, 1, 16), 10000.0);
+  rig.effect->SetMode(99);
   ASSERT_EQ(rig.PushAll(Tone(8000, 1)), S_OK);
   ASSERT_EQ(rig.Finish(), S_OK);
   const QxSpliceSizes s = SizesAt(18, 8000);
@@ -337,7 +279,7 @@ TEST(TimeFilter, AStoredModeOutOfRangeStillStreams) {
 }
 
 TEST(TimeFilter, AFailedDeliveryEndsReceiveAndTheFlushStillEndsTheStream) {
-  Rig rig(Plain(1, 1, 16), 10000.0, 1000);
+  Rig rig(PlainFormat(1, 1, 16), 10000.0, 1000);
   rig.sink->receiveResult = E_FAIL;
   // The first deliveries come once a window is full.
   HRESULT hr = rig.PushAll(Tone(8000, 1));
@@ -347,11 +289,11 @@ TEST(TimeFilter, AFailedDeliveryEndsReceiveAndTheFlushStillEndsTheStream) {
 }
 
 TEST(TimeFilter, StoppingDropsTheBufferedAudioAndAFreshRunStartsOver) {
-  const WAVEFORMATEX f = Plain(1, 1, 16);
+  const WAVEFORMATEX f = PlainFormat(1, 1, 16);
   Rig rig(f, 10000.0, 400);
   ASSERT_EQ(rig.PushAll(Tone(1000, 1)), S_OK);
   for (IBaseFilter* b : rig.Filters()) b->Stop();
-  EXPECT_FALSE(rig.time->Engine().Prepared());
+  EXPECT_FALSE(rig.effect->Engine().Prepared());
   for (IBaseFilter* b : rig.Filters()) ASSERT_EQ(b->Run(0), S_OK);
   ASSERT_EQ(rig.Finish(), S_OK);
   EXPECT_EQ(rig.FramesOut(), 0);

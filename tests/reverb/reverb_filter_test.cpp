@@ -7,88 +7,20 @@
 #include <cstring>
 #include <vector>
 
-#include "platform/com/stream.h"
-#include "platform/mediagraph/endpoints.h"
+#include "tests/support/effect_rig.h"
 
 namespace {
-WAVEFORMATEX Plain(WORD tag, WORD channels, WORD bits, DWORD rate) {
-  WAVEFORMATEX f{};
-  f.wFormatTag = tag;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = bits;
-  f.nBlockAlign = static_cast<WORD>(channels * bits / 8);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
-}
-
-CMediaType TypeOf(const WAVEFORMATEX& f) {
-  CMediaType mt;
-  mt.SetType(&MEDIATYPE_Audio);
-  mt.SetFormatType(&FORMAT_WaveFormatEx);
-  mt.SetFormat(reinterpret_cast<const BYTE*>(&f), sizeof f);
-  return mt;
-}
-
-CQxReverb* NewReverb() {
-  HRESULT hr = S_OK;
-  auto* f = static_cast<CQxReverb*>(CQxReverb::CreateInstance(nullptr, &hr));
-  f->NonDelegatingAddRef();
-  return f;
-}
-
 bool Same(const ReverbParams& a, const ReverbParams& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 // source -> Reverb -> collecting sink, running, 16-bit.
-struct Rig {
-  CPushSource* source = nullptr;
-  CQxReverb* reverb = nullptr;
-  CCollectSink* sink = nullptr;
-
-  Rig(const WAVEFORMATEX& f, const ReverbParams& p, LONG bufferFrames = 256) {
-    CMediaType mt = TypeOf(f);
-    EXPECT_EQ(CPushSource::Create(mt, bufferFrames * f.nBlockAlign, 2, &source), S_OK);
-    reverb = NewReverb();
-    reverb->SetParams(&p);
-    EXPECT_EQ(CCollectSink::Create(&sink), S_OK);
-    EXPECT_EQ(source->GetPin(0)->Connect(reverb->GetPin(0), &mt), S_OK);
-    EXPECT_EQ(reverb->GetPin(1)->Connect(sink->GetPin(0), nullptr), S_OK);
-    for (IBaseFilter* b : {static_cast<IBaseFilter*>(sink), static_cast<IBaseFilter*>(reverb),
-                           static_cast<IBaseFilter*>(source)})
-      EXPECT_EQ(b->Run(0), S_OK);
-  }
-  ~Rig() {
-    sink->Stop();
-    static_cast<IBaseFilter*>(reverb)->Stop();
-    source->Stop();
-    // Connected pins hold their peers; break the links so the filters can go.
-    for (CBasePin* pin : {source->GetPin(0), reverb->GetPin(0), reverb->GetPin(1), sink->GetPin(0)})
-      pin->Disconnect();
-    source->Release();
-    reverb->NonDelegatingRelease();
-    sink->Release();
-  }
-  HRESULT Push(const std::vector<int16_t>& s, bool discontinuity = false) {
-    return source->PushBytes(s.data(), static_cast<LONG>(s.size() * 2), nullptr, nullptr, discontinuity);
-  }
-  std::vector<int16_t> Out() const {
-    std::vector<int16_t> v(sink->bytes.size() / 2);
-    std::memcpy(v.data(), sink->bytes.data(), v.size() * 2);
-    return v;
-  }
+struct Rig : EffectRig<CQxReverb> {
+  Rig(const WAVEFORMATEX& f, const ReverbParams& p, LONG bufferFrames = 256)
+      : EffectRig(f, bufferFrames, [&](CQxReverb* e) { e->SetParams(&p); }) {}
 };
-
-std::vector<BYTE> StreamBytes(const GUID& tag, uint32_t size, const ReverbParams& p, uint32_t recordBytes) {
-  std::vector<BYTE> b(20 + recordBytes);
-  std::memcpy(b.data(), &size, 4);
-  std::memcpy(b.data() + 4, &tag, 16);
-  std::memcpy(b.data() + 20, &p, recordBytes);
-  return b;
-}
 }  // namespace
 
 TEST(ReverbFilter, ConstructionLoadsTheDefaultRowAndAnswersTheControlInterface) {
-  CQxReverb* f = NewReverb();
+  CQxReverb* f = NewEffect<CQxReverb>();
   ReverbParams p{};
   EXPECT_EQ(f->GetParams(&p), S_OK);
   EXPECT_TRUE(Same(p, g_ReverbPresets[0].Params));
@@ -103,7 +35,7 @@ TEST(ReverbFilter, ConstructionLoadsTheDefaultRowAndAnswersTheControlInterface) 
 }
 
 TEST(ReverbFilter, SettersClampMarkOnlyRealChangesAndAskForARebuildWhereRingsDependOnThem) {
-  CQxReverb* f = NewReverb();
+  CQxReverb* f = NewEffect<CQxReverb>();
   f->Snapshot();  // clears the change flag
   f->SetPersistDirtyFlag(false);
   auto fresh = [&] {
@@ -169,7 +101,7 @@ TEST(ReverbFilter, SettersClampMarkOnlyRealChangesAndAskForARebuildWhereRingsDep
 }
 
 TEST(ReverbFilter, PersistentFormsLoadByTagAndSizeAndTheOldestOneLoadsWithBypassOff) {
-  CQxReverb* f = NewReverb();
+  CQxReverb* f = NewEffect<CQxReverb>();
   ComPtr<IPersistStream> persist;
   ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IPersistStream, persist.PutVoid()), S_OK);
   HWND w = CreateWindowHandle();
@@ -181,15 +113,10 @@ TEST(ReverbFilter, PersistentFormsLoadByTagAndSizeAndTheOldestOneLoadsWithBypass
     return any;
   };
 
-  auto load = [&](std::vector<BYTE> bytes) {
-    CMemoryStream* s = CMemoryStream::Create(std::move(bytes));
-    HRESULT hr = persist->Load(s);
-    s->Release();
-    return hr;
-  };
+  auto load = [&](std::vector<BYTE> bytes) { return LoadBytes(persist.Get(), std::move(bytes)); };
   ReverbParams cathedral = g_ReverbPresets[3].Params;
   f->SetBypass(1);
-  EXPECT_EQ(load(StreamBytes(QX_REVERB_TAG_NO_BYPASS, 64, cathedral, 44)), S_OK);
+  EXPECT_EQ(load(PersistFrame(QX_REVERB_TAG_NO_BYPASS, 64, &cathedral, 44)), S_OK);
   ReverbParams p{};
   f->GetParams(&p);
   EXPECT_TRUE(Same(p, cathedral));  // bypass 0 though the filter had it set
@@ -198,19 +125,19 @@ TEST(ReverbFilter, PersistentFormsLoadByTagAndSizeAndTheOldestOneLoadsWithBypass
   // A known tag with a wrong size changes nothing, yet the pages still hear of it.
   ReverbParams sewer = g_ReverbPresets[10].Params;
   for (auto [tag, size] : {std::pair{QX_REVERB_TAG_CURRENT, 64u}, std::pair{QX_REVERB_TAG_NO_BYPASS, 68u}}) {
-    EXPECT_EQ(load(StreamBytes(tag, size, sewer, 48)), S_OK);
+    EXPECT_EQ(load(PersistFrame(tag, size, &sewer, 48)), S_OK);
     f->GetParams(&p);
     EXPECT_TRUE(Same(p, cathedral));
     EXPECT_TRUE(notified());
   }
-  load(StreamBytes(QX_REVERB_TAG_ALTERNATE, 68, sewer, 48));
+  load(PersistFrame(QX_REVERB_TAG_ALTERNATE, 68, &sewer, 48));
   f->GetParams(&p);
   EXPECT_TRUE(Same(p, sewer));
 
   // Save writes the current form: 68 bytes under the interface's own identifier.
   CMemoryStream* saved = CMemoryStream::Create();
   EXPECT_EQ(persist->Save(saved, TRUE), S_OK);
-  const std::vector<BYTE> want = StreamBytes(QX_REVERB_TAG_CURRENT, 68, sewer, 48);
+  const std::vector<BYTE> want = PersistFrame(QX_REVERB_TAG_CURRENT, 68, &sewer, 48);
   EXPECT_EQ(saved->Bytes(), want);
   saved->Release();
   ULARGE_INTEGER max{};
@@ -234,14 +161,14 @@ TEST(ReverbFilter, PersistentFormsLoadByTagAndSizeAndTheOldestOneLoadsWithBypass
 
 TEST(ReverbFilter, ImpulseRingsOnAndTheTailFollowsTheEndOfStreamForWholeSecondsOfDecay) {
   ReverbParams p = g_ReverbPresets[0].Params;  // 2.5 s decay: a 2 s tail
-  Rig rig(Plain(1, 2, 16, 8000), p);
+  Rig rig(PlainFormat(1, 2, 16, 8000), p);
   std::vector<int16_t> in(2 * 256, 0);
   in[0] = 20000;
   in[1] = 20000;
   ASSERT_EQ(rig.Push(in, true), S_OK);
   std::vector<int16_t> out = rig.Out();
   EXPECT_EQ(out[0], 20000);  // dry at 0 dB, nothing delayed yet
-  ASSERT_EQ(rig.reverb->EndOfStream(), S_OK);
+  ASSERT_EQ(rig.effect->EndOfStream(), S_OK);
   out = rig.Out();
   EXPECT_EQ(out.size(), in.size() + 2 * 16000u);
   EXPECT_EQ(rig.sink->endOfStreamCount, 1);
@@ -252,10 +179,10 @@ TEST(ReverbFilter, ImpulseRingsOnAndTheTailFollowsTheEndOfStreamForWholeSecondsO
 
 TEST(ReverbFilter, UnderOneSecondOfDecayTheTailEndsAtOnce) {
   ReverbParams p = g_ReverbPresets[7].Params;  // Medium room: 0.5 s
-  Rig rig(Plain(1, 1, 16, 8000), p);
+  Rig rig(PlainFormat(1, 1, 16, 8000), p);
   std::vector<int16_t> in(100, 1000);
   rig.Push(in);
-  ASSERT_EQ(rig.reverb->EndOfStream(), S_OK);
+  ASSERT_EQ(rig.effect->EndOfStream(), S_OK);
   EXPECT_EQ(rig.Out().size(), in.size());
   EXPECT_EQ(rig.sink->endOfStreamCount, 1);
 }
@@ -264,12 +191,12 @@ TEST(ReverbFilter, BypassPassesSamplesBitExactYetStillRendersItsSilentTail) {
   ReverbParams p = g_ReverbPresets[0].Params;
   p.decayTenths = 10;
   p.bypass = 1;
-  Rig rig(Plain(1, 2, 16, 4000), p);
+  Rig rig(PlainFormat(1, 2, 16, 4000), p);
   std::vector<int16_t> ramp(2 * 200);
   for (size_t i = 0; i < ramp.size(); ++i) ramp[i] = static_cast<int16_t>(i * 37 - 5000);
   rig.Push(ramp, true);
   EXPECT_EQ(rig.Out(), ramp);
-  ASSERT_EQ(rig.reverb->EndOfStream(), S_OK);
+  ASSERT_EQ(rig.effect->EndOfStream(), S_OK);
   std::vector<int16_t> out = rig.Out();
   ASSERT_EQ(out.size(), ramp.size() + 2 * 4000u);
   for (size_t i = ramp.size(); i < out.size(); ++i) ASSERT_EQ(out[i], 0);
@@ -278,7 +205,7 @@ TEST(ReverbFilter, BypassPassesSamplesBitExactYetStillRendersItsSilentTail) {
 TEST(ReverbFilter, ADiscontinuityStartsTheReverbAfresh) {
   ReverbParams p = g_ReverbPresets[0].Params;
   p.dryOut = -800;
-  Rig rig(Plain(1, 1, 16, 8000), p);
+  Rig rig(PlainFormat(1, 1, 16, 8000), p);
   std::vector<int16_t> impulse(256, 0), silence(256, 0);
   impulse[0] = 30000;
   rig.Push(impulse, true);
@@ -292,7 +219,7 @@ TEST(ReverbFilter, ADiscontinuityStartsTheReverbAfresh) {
   for (int16_t v : rig.Out()) nonZero += v != 0;
   EXPECT_GT(nonZero, 10);
   WAVEFORMATEX w{};
-  EXPECT_EQ(rig.reverb->GetFormat(&w), S_OK);
+  EXPECT_EQ(rig.effect->GetFormat(&w), S_OK);
   EXPECT_EQ(w.nSamplesPerSec, 8000u);
   EXPECT_EQ(w.cbSize, 0);
 }

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "aplugins/qxppack1/frame/audio_format_check.h"
 #include "aplugins/qxppack1/frame/mfx_tempo.h"
 #include "aplugins/qxppack1/frame/plugin_params.h"
 #include "kernel/services/qx_waveformat.h"
@@ -63,28 +64,7 @@ CBasePin* CQxEffectFilter::GetPin(int n) {
 }
 
 HRESULT CQxEffectFilter::CheckInputType(const CMediaType* mt) {
-  if (!mt || !(mt->majortype == MEDIATYPE_Audio)) return E_INVALIDARG;
-  if (mt->bTemporalCompression) return E_INVALIDARG;
-  if (mt->cbFormat < 16 || !mt->pbFormat) return E_INVALIDARG;
-  WAVEFORMATEX wf{};
-  std::memcpy(&wf, mt->pbFormat, mt->cbFormat < sizeof wf ? mt->cbFormat : sizeof wf);
-  if (wf.nChannels < 1 || wf.nChannels > 32) return E_INVALIDARG;
-  WORD tag = wf.wFormatTag;
-  if (tag == WAVE_FORMAT_EXTENSIBLE) {
-    if (mt->cbFormat < sizeof(WAVEFORMATEXTENSIBLE) || wf.cbSize < 22) return E_INVALIDARG;
-    WAVEFORMATEXTENSIBLE ext;
-    std::memcpy(&ext, mt->pbFormat, sizeof ext);
-    if (ext.SubFormat == KSDATAFORMAT_SUBTYPE_PCM)
-      tag = WAVE_FORMAT_PCM;
-    else if (ext.SubFormat == KSDATAFORMAT_SUBTYPE_IEEE_FLOAT)
-      tag = WAVE_FORMAT_IEEE_FLOAT;
-    else
-      return E_INVALIDARG;
-  }
-  WORD bits = wf.wBitsPerSample;
-  bool ok = (tag == WAVE_FORMAT_PCM && (bits == 8 || bits == 16 || bits == 32)) ||
-            (tag == WAVE_FORMAT_IEEE_FLOAT && (bits == 32 || bits == 64));
-  return ok ? S_OK : E_INVALIDARG;
+  return QxCheckAudioType(mt) ? S_OK : E_INVALIDARG;
 }
 
 HRESULT CQxEffectFilter::SetMediaType(PIN_DIRECTION direction, const CMediaType* mt) {

@@ -6,60 +6,11 @@
 #include <cstring>
 #include <new>
 
+#include "aplugins/qxppack1/frame/audio_format_check.h"
 #include "kernel/services/qx_waveformat.h"
 
 namespace {
 std::atomic<uint32_t> g_pitchsInstances{0};
-
-// What the filter needs to know of an accepted audio type, with an extensible form resolved to
-// its plain tag.
-struct AudioForm {
-  WORD tag = 0;
-  WORD channels = 0;
-  DWORD rate = 0;
-  WORD bits = 0;
-};
-
-// The type checks of every effect: audio, not temporally compressed, at least 16 bytes of format,
-// 1 to 32 channels, PCM 8/16/32 or float 32/64, plain or extensible.
-bool ReadAudioForm(const CMediaType* mt, AudioForm* form) {
-  if (!mt || !(mt->majortype == MEDIATYPE_Audio) || mt->bTemporalCompression) return false;
-  if (mt->cbFormat < 16 || !mt->pbFormat) return false;
-  WAVEFORMATEX wf{};
-  std::memcpy(&wf, mt->pbFormat, mt->cbFormat < sizeof wf ? mt->cbFormat : sizeof wf);
-  if (wf.nChannels < 1 || wf.nChannels > 32) return false;
-  WORD tag = wf.wFormatTag;
-  if (tag == WAVE_FORMAT_EXTENSIBLE) {
-    if (mt->cbFormat < sizeof(WAVEFORMATEXTENSIBLE) || wf.cbSize < 22) return false;
-    WAVEFORMATEXTENSIBLE ext;
-    std::memcpy(&ext, mt->pbFormat, sizeof ext);
-    if (ext.SubFormat == KSDATAFORMAT_SUBTYPE_PCM)
-      tag = WAVE_FORMAT_PCM;
-    else if (ext.SubFormat == KSDATAFORMAT_SUBTYPE_IEEE_FLOAT)
-      tag = WAVE_FORMAT_IEEE_FLOAT;
-    else
-      return false;
-  }
-  const WORD bits = wf.wBitsPerSample;
-  if (!((tag == WAVE_FORMAT_PCM && (bits == 8 || bits == 16 || bits == 32)) ||
-        (tag == WAVE_FORMAT_IEEE_FLOAT && (bits == 32 || bits == 64))))
-    return false;
-  *form = {tag, wf.nChannels, wf.nSamplesPerSec, bits};
-  return true;
-}
-
-// The plain form of an accepted type, with block alignment and byte rate recomputed.
-WAVEFORMATEX PlainForm(const AudioForm& f) {
-  WAVEFORMATEX w{};
-  w.wFormatTag = f.tag;
-  w.nChannels = f.channels;
-  w.nSamplesPerSec = f.rate;
-  w.wBitsPerSample = f.bits;
-  w.nBlockAlign = static_cast<WORD>(f.bits / 8 * f.channels);
-  w.nAvgBytesPerSec = f.rate * w.nBlockAlign;
-  w.cbSize = 0;
-  return w;
-}
 
 bool EngineTag(WORD tag) { return tag == WAVE_FORMAT_PCM || tag == WAVE_FORMAT_IEEE_FLOAT; }
 }  // namespace
@@ -120,13 +71,13 @@ CBasePin* CQxPitchs::GetPin(int n) {
 // Types and buffers
 
 HRESULT CQxPitchs::CheckInputType(const CMediaType* mt) {
-  AudioForm f;
-  return ReadAudioForm(mt, &f) ? S_OK : E_INVALIDARG;
+  QxAudioForm f;
+  return QxCheckAudioType(mt, &f) ? S_OK : E_INVALIDARG;
 }
 
 HRESULT CQxPitchs::CheckTransform(const CMediaType* in, const CMediaType* out) {
-  AudioForm a, b;
-  if (!ReadAudioForm(in, &a) || !ReadAudioForm(out, &b)) return E_INVALIDARG;
+  QxAudioForm a, b;
+  if (!QxCheckAudioType(in, &a) || !QxCheckAudioType(out, &b)) return E_INVALIDARG;
   // An extensible type and its plain form are the same stream.
   if (a.tag != b.tag || a.bits != b.bits || a.rate != b.rate || a.channels != b.channels) return E_INVALIDARG;
   return S_OK;
@@ -138,10 +89,10 @@ HRESULT CQxPitchs::GetMediaType(int position, CMediaType* mt) {
   if (position > 0) return VFW_S_NO_MORE_ITEMS;
   if (!mt) return E_POINTER;
   const CMediaType& in = m_pInput->CurrentMediaType();
-  AudioForm f;
-  if (!ReadAudioForm(&in, &f)) return E_UNEXPECTED;
+  QxAudioForm f;
+  if (!QxCheckAudioType(&in, &f)) return E_UNEXPECTED;
   // The input's type in plain form: no extra format bytes, alignment and rate recomputed.
-  const WAVEFORMATEX w = PlainForm(f);
+  const WAVEFORMATEX w = QxPlainFormat(f);
   *mt = in;
   mt->SetSubtype(f.tag == WAVE_FORMAT_PCM ? &MEDIASUBTYPE_PCM : &MEDIASUBTYPE_IEEE_FLOAT);
   mt->SetFormatType(&FORMAT_WaveFormatEx);
