@@ -33,3 +33,6 @@ row "reverb: Small hall" "$out/reverb-small-hall.wav" reverb --preset "Small hal
 row "chorus: Chorus 1" "$out/chorus-1.wav" chorus --preset "Chorus 1"
 row "time-stretch: 110 %" "$out/time-stretch-110.wav" time-stretch --preset 2
 row "time-stretch: 85 %" "$out/time-stretch-85.wav" time-stretch --preset 3
+row "pitch-shift: Fifth up" "$out/pitch-shift-fifth-up.wav" pitch-shift --preset "Fifth up"
+row "pitch-shift: Third down" "$out/pitch-shift-third-down.wav" pitch-shift --preset "Third down"
+row "chain: chorus + reverb" "$out/chain-chorus-cathedral.wav" chorus --preset "Chorus 2" + reverb --preset Cathedral

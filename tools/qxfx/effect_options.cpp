@@ -144,7 +144,7 @@ bool ApplyPreset(IUnknown* filter, const std::string& which, std::string* error)
   return true;
 }
 
-bool SetFields(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl, std::string* error) {
+bool SetFields(IUnknown* filter, const QxfxEffect& effect, const QxfxEffectArgs& cl, std::string* error) {
   for (const QxfxSetting& s : cl.settings) {
     const QxfxField* field = QxfxFindField(effect, s.field);
     if (!field) {
@@ -275,7 +275,7 @@ bool QxfxParseAutomation(const std::string& text, IMediaParamInfo* info, QxfxEnv
   return true;
 }
 
-bool QxfxConfigure(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl, std::string* error) {
+bool QxfxConfigure(IUnknown* filter, const QxfxEffect& effect, const QxfxEffectArgs& cl, std::string* error) {
   if (cl.lang >= 0) {
     auto t = Query<IQxTranslationInfo>(filter, IID_IQxTranslationInfo);
     if (!t || FAILED(t->SetLanguage(static_cast<DWORD>(cl.lang)))) {
@@ -335,9 +335,13 @@ bool QxfxSaveState(IUnknown* filter, const std::string& path, std::string* error
   return true;
 }
 
-void QxfxPrintPresets(IUnknown* filter, bool json) {
+std::vector<std::string> QxfxPresetNames(IUnknown* filter) {
   auto presets = Query<IStaticFilterPreset>(filter, IID_IStaticFilterPreset);
-  std::vector<std::string> names = presets ? PresetNames(presets.Get()) : std::vector<std::string>{};
+  return presets ? PresetNames(presets.Get()) : std::vector<std::string>{};
+}
+
+void QxfxPrintPresets(IUnknown* filter, bool json) {
+  std::vector<std::string> names = QxfxPresetNames(filter);
   if (json) {
     std::printf("[");
     for (size_t i = 0; i < names.size(); ++i) std::printf("%s{\"index\": %zu, \"name\": %s}", i ? ", " : "", i, Json(names[i]).c_str());

@@ -10,10 +10,12 @@
 #include "tools/qxfx/effects.h"
 
 // In this order: --lang, --load-state, --preset, --set, --automate.
-bool QxfxConfigure(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl, std::string* error);
+bool QxfxConfigure(IUnknown* filter, const QxfxEffect& effect, const QxfxEffectArgs& args, std::string* error);
 // Writes the filter's persistent state whole to `path` (through a temporary file).
 bool QxfxSaveState(IUnknown* filter, const std::string& path, std::string* error);
 void QxfxPrintPresets(IUnknown* filter, bool json);
+// The preset names, in index order (empty when the effect has none).
+std::vector<std::string> QxfxPresetNames(IUnknown* filter);
 void QxfxPrintParams(IUnknown* filter, const QxfxEffect& effect, bool json);
 
 struct QxfxEnvelope {

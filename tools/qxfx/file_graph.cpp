@@ -1,18 +1,26 @@
-// Running files through filter chains for qxfx.
+// Running files through filter chains for qxfx: the temporary output, standard input and output,
+// the conversion for effects that refuse the input's form, the progress bar and the verbose graph.
 #include "tools/qxfx/file_graph.h"
 
+#include <fcntl.h>
 #include <sndfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
+#include "platform/com/wave_format.h"
 #include "platform/mediagraph/graph_runner.h"
+#include "platform/mediagraph/media_type.h"
+#include "tools/qxfx/temp_files.h"
 
 namespace {
+using Clock = std::chrono::steady_clock;
+
 bool SameFile(const std::string& a, const std::string& b) {
   struct stat sa, sb;
   if (stat(a.c_str(), &sa) != 0 || stat(b.c_str(), &sb) != 0) return false;
@@ -29,22 +37,6 @@ std::string BaseOf(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
-// The output's container follows OUT's extension when libsndfile knows it, else WAV.
-int MajorFormatFor(const std::string& path) {
-  size_t dot = path.rfind('.');
-  if (dot == std::string::npos) return SF_FORMAT_WAV;
-  std::string ext = path.substr(dot + 1);
-  std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
-  if (ext == "wav" || ext == "wave") return SF_FORMAT_WAV;
-  if (ext == "aif" || ext == "aiff" || ext == "aifc") return SF_FORMAT_AIFF;
-  if (ext == "flac") return SF_FORMAT_FLAC;
-  if (ext == "rf64") return SF_FORMAT_RF64;
-  if (ext == "w64") return SF_FORMAT_W64;
-  if (ext == "caf") return SF_FORMAT_CAF;
-  if (ext == "au" || ext == "snd") return SF_FORMAT_AU;
-  return SF_FORMAT_WAV;
-}
-
 int64_t FramesOf(const std::string& path) {
   SF_INFO info{};
   SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
@@ -53,14 +45,243 @@ int64_t FramesOf(const std::string& path) {
   return info.frames;
 }
 
-std::string FormName(int format) {
-  SF_FORMAT_INFO major{}, sub{};
-  major.format = format & SF_FORMAT_TYPEMASK;
-  sub.format = format & SF_FORMAT_SUBMASK;
-  sf_command(nullptr, SFC_GET_FORMAT_INFO, &major, sizeof major);
-  sf_command(nullptr, SFC_GET_FORMAT_INFO, &sub, sizeof sub);
-  return std::string(major.name ? major.name : "?") + ", " + (sub.name ? sub.name : "?");
+bool WriteAll(int fd, const char* p, size_t n) {
+  while (n) {
+    ssize_t w = write(fd, p, n);
+    if (w < 0 && errno == EINTR) continue;
+    if (w <= 0) return false;
+    p += w;
+    n -= static_cast<size_t>(w);
+  }
+  return true;
 }
+
+// Copies everything from one descriptor to another in fixed blocks.
+bool CopyFd(int from, int to) {
+  std::vector<char> buf(1 << 16);
+  for (;;) {
+    ssize_t n = read(from, buf.data(), buf.size());
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return false;
+    if (n == 0) return true;
+    if (!WriteAll(to, buf.data(), static_cast<size_t>(n))) return false;
+  }
+}
+
+}  // namespace
+
+bool QxfxStdinPath(std::string* path, std::string* spool, std::string* error) {
+  struct stat st;
+  if (fstat(0, &st) == 0 && S_ISREG(st.st_mode)) {
+    *path = "/dev/stdin";
+    return true;
+  }
+  *spool = QxfxMakeTemp(QxfxTempDir() + "/qxfx-stdin-XXXXXX");
+  if (spool->empty()) {
+    *error = "cannot make a temporary file in " + QxfxTempDir() + " for standard input";
+    return false;
+  }
+  int fd = open(spool->c_str(), O_WRONLY | O_TRUNC);
+  bool ok = fd >= 0 && CopyFd(0, fd);
+  if (fd >= 0 && close(fd) != 0) ok = false;
+  if (!ok) {
+    *error = "cannot keep standard input in " + *spool + " (disk full?)";
+    return false;
+  }
+  *path = *spool;
+  return true;
+}
+
+namespace {
+
+bool IsFloat(int format) {
+  int sub = format & SF_FORMAT_SUBMASK;
+  return sub == SF_FORMAT_FLOAT || sub == SF_FORMAT_DOUBLE;
+}
+
+// The host's own conversion: `in` rewritten in `format` block by block, at full scale both ways
+// and clipped rather than wrapped when float goes to whole numbers. `format` 0 is 32-bit float
+// WAV (W64 past 4 GB).
+bool Convert(const std::string& in, const std::string& out, int format, std::string* error) {
+  SF_INFO info{};
+  SNDFILE* src = sf_open(in.c_str(), SFM_READ, &info);
+  if (!src) {
+    *error = "cannot read " + in + ": " + sf_strerror(nullptr);
+    return false;
+  }
+  SF_INFO oinfo{};
+  oinfo.samplerate = info.samplerate;
+  oinfo.channels = info.channels;
+  double bytes = static_cast<double>(info.frames) * info.channels * 4;
+  oinfo.format = format ? format : (bytes > 4.0e9 ? SF_FORMAT_W64 : SF_FORMAT_WAV) | SF_FORMAT_FLOAT;
+  SNDFILE* dst = sf_open(out.c_str(), SFM_WRITE, &oinfo);
+  if (dst) sf_command(dst, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+  if (!dst) {
+    sf_close(src);
+    *error = "cannot write the converted audio " + out + ": " + sf_strerror(nullptr);
+    return false;
+  }
+  std::vector<double> buf(8192 * static_cast<size_t>(info.channels));
+  sf_count_t n;
+  bool ok = true;
+  while ((n = sf_readf_double(src, buf.data(), 8192)) > 0)
+    if (sf_writef_double(dst, buf.data(), n) != n) {
+      ok = false;
+      break;
+    }
+  sf_close(src);
+  if (sf_close(dst) != 0) ok = false;
+  if (!ok) *error = "cannot write the converted audio " + out + " (disk full?)";
+  return ok;
+}
+
+std::string WaveFormName(const AM_MEDIA_TYPE& mt) {
+  if (!mt.pbFormat || mt.cbFormat < sizeof(WAVEFORMATEX)) return "?";
+  const auto* wf = reinterpret_cast<const WAVEFORMATEX*>(mt.pbFormat);
+  WORD tag = wf->wFormatTag;
+  if (tag == WAVE_FORMAT_EXTENSIBLE && mt.cbFormat >= sizeof(WAVEFORMATEXTENSIBLE)) {
+    const auto* ext = reinterpret_cast<const WAVEFORMATEXTENSIBLE*>(mt.pbFormat);
+    tag = ext->SubFormat == KSDATAFORMAT_SUBTYPE_IEEE_FLOAT ? WAVE_FORMAT_IEEE_FLOAT : WAVE_FORMAT_PCM;
+  }
+  char buf[128];
+  std::snprintf(buf, sizeof buf, "%u-bit %s, %u ch, %u Hz%s", wf->wBitsPerSample,
+                tag == WAVE_FORMAT_IEEE_FLOAT ? "float" : "PCM", wf->nChannels,
+                static_cast<unsigned>(wf->nSamplesPerSec), wf->wFormatTag == WAVE_FORMAT_EXTENSIBLE ? ", extensible" : "");
+  return buf;
+}
+
+void PrintGraph(const std::vector<IBaseFilter*>& stages, const QxfxRunOptions& options, const std::string& in,
+                const std::string& out, int inFormat, int outFormat) {
+  std::fprintf(stderr, "qxfx: graph: source %s (%s)\n", in.c_str(), QxfxFormatName(inFormat).c_str());
+  for (size_t i = 0; i + 1 < stages.size(); ++i) {
+    IPin* pin = nullptr;
+    std::string form = "not connected";
+    if (SUCCEEDED(QxFindFilterPin(stages[i], u"Output", i == 0 ? 0 : 1, &pin))) {
+      AM_MEDIA_TYPE mt{};
+      if (SUCCEEDED(pin->ConnectionMediaType(&mt))) {
+        form = WaveFormName(mt);
+        FreeMediaType(mt);
+      }
+      pin->Release();
+    }
+    std::string next = i + 2 == stages.size() ? "sink " + out + " (" + QxfxFormatName(outFormat) + ")"
+                                              : (i < options.names.size() ? options.names[i] : "filter");
+    std::fprintf(stderr, "qxfx:   -> [%s] -> %s\n", form.c_str(), next.c_str());
+  }
+}
+
+std::string ClockText(double seconds) {
+  long s = std::lround(std::max(0.0, seconds));
+  char buf[32];
+  if (s >= 3600) std::snprintf(buf, sizeof buf, "%ld:%02ld:%02ld", s / 3600, s / 60 % 60, s % 60);
+  else std::snprintf(buf, sizeof buf, "%ld:%02ld", s / 60, s % 60);
+  return buf;
+}
+
+// A one-line bar on stderr, drawn only once the run has taken a second and at most ten times a second.
+class ProgressBar {
+ public:
+  ProgressBar(bool enabled, int64_t total, int rate) : enabled_(enabled && isatty(2)), total_(total), rate_(rate) {}
+  ~ProgressBar() { Finish(); }
+  void Update(int64_t done) {
+    if (!enabled_) return;
+    auto now = Clock::now();
+    double elapsed = std::chrono::duration<double>(now - start_).count();
+    if (elapsed < 1.0 || std::chrono::duration<double>(now - last_).count() < 0.1) return;
+    last_ = now;
+    double audio = rate_ ? static_cast<double>(done) / rate_ : 0.0;
+    double speed = elapsed > 0 ? audio / elapsed : 0.0;
+    double frac = total_ > 0 ? std::min(1.0, static_cast<double>(done) / total_) : 0.0;
+    int width = 24, filled = static_cast<int>(frac * width);
+    std::string bar(filled, '#');
+    bar.resize(width, '.');
+    double left = speed > 0 && rate_ ? (static_cast<double>(total_ - done) / rate_) / speed : 0.0;
+    std::fprintf(stderr, "\r[%s] %3.0f%%  %lld/%lld frames  %.0fx real time  %s left \033[K", bar.c_str(), frac * 100,
+                 static_cast<long long>(done), static_cast<long long>(total_), speed, ClockText(left).c_str());
+    shown_ = true;
+  }
+  void Finish() {
+    if (shown_) std::fprintf(stderr, "\r\033[K");
+    shown_ = false;
+  }
+
+ private:
+  bool enabled_;
+  int64_t total_;
+  int rate_;
+  bool shown_ = false;
+  Clock::time_point start_ = Clock::now(), last_ = start_;
+};
+
+// source -> filters -> sink, pushed block by block so that the bar can follow; as CGraphRunner::Run.
+HRESULT RunGraph(const std::string& in, const std::string& out, int outFormat, const std::vector<IBaseFilter*>& filters,
+                 const QxfxRunOptions& options, const std::string& inName, const std::string& outName,
+                 std::string* error) {
+  CWavSource* source = nullptr;
+  CWavSink* sink = nullptr;
+  HRESULT hr = CWavSource::Create(&source);
+  if (SUCCEEDED(hr)) hr = CWavSink::Create(&sink);
+  if (FAILED(hr)) {
+    if (source) source->Release();
+    *error = "cannot make the graph" + QxfxDescribe(hr);
+    return hr;
+  }
+  hr = source->Open(in);
+  if (FAILED(hr)) *error = source->LastError();
+  if (SUCCEEDED(hr)) hr = source->SetFramesPerBlock(static_cast<LONG>(options.blockFrames));
+  if (SUCCEEDED(hr)) hr = sink->SetOutput(out, outFormat);
+  std::vector<IBaseFilter*> stages;
+  {
+    CGraphRunner runner;
+    if (SUCCEEDED(hr)) {
+      hr = runner.Build(source, filters, sink);
+      if (FAILED(hr)) *error = runner.LastError();
+    }
+    if (SUCCEEDED(hr)) {
+      stages.push_back(source);
+      stages.insert(stages.end(), filters.begin(), filters.end());
+      stages.push_back(sink);
+      if (options.verbose) PrintGraph(stages, options, inName, outName, source->FileFormat(), outFormat);
+      hr = source->Rewind();
+      // Downstream first, so every pin is ready before anything upstream can deliver.
+      for (size_t i = stages.size(); SUCCEEDED(hr) && i-- > 0;) hr = stages[i]->Pause();
+      for (size_t i = stages.size(); SUCCEEDED(hr) && i-- > 0;) hr = stages[i]->Run(0);
+      if (FAILED(hr)) *error = "the graph cannot start" + QxfxDescribe(hr) + (sink->LastError().empty() ? "" : " (" + sink->LastError() + ")");
+      ProgressBar bar(options.progress, source->TotalFrames(), static_cast<int>(source->WaveFormat()->nSamplesPerSec));
+      bool done = false;
+      while (SUCCEEDED(hr) && !done) {
+        hr = source->PushBlock(&done);
+        bar.Update(source->FramesDelivered());
+      }
+      if (SUCCEEDED(hr)) hr = source->OutputPin()->DeliverEndOfStream();
+      bar.Finish();
+      if (FAILED(hr) && error->empty())
+        *error = source->LastError() + (sink->LastError().empty() ? "" : " (" + sink->LastError() + ")");
+      HRESULT stopped = S_OK;
+      for (size_t i = stages.size(); i-- > 0;) {
+        HRESULT s = stages[i]->Stop();
+        if (FAILED(s) && SUCCEEDED(stopped)) stopped = s;
+      }
+      if (SUCCEEDED(hr) && FAILED(stopped)) {
+        hr = stopped;
+        *error = "the graph could not stop" + QxfxDescribe(hr) + (sink->LastError().empty() ? "" : " (" + sink->LastError() + ")");
+      }
+    }
+  }
+  if (FAILED(hr) && error->empty()) *error = "processing failed" + QxfxDescribe(hr);
+  source->Release();
+  sink->Release();
+  return hr;
+}
+
+// Temporary files of one run, removed whatever way the run ends.
+struct Temps {
+  std::vector<std::string> paths;
+  ~Temps() {
+    for (const std::string& p : paths)
+      if (!p.empty()) QxfxRemoveTemp(p);
+  }
+};
 }  // namespace
 
 std::string QxfxDescribe(HRESULT hr) {
@@ -77,75 +298,124 @@ std::string QxfxDescribe(HRESULT hr) {
 
 bool QxfxRunFile(const std::string& in, const std::string& out, const std::vector<IBaseFilter*>& filters,
                  const QxfxRunOptions& options, QxfxRunResult* result, std::string* error) {
+  const auto start = Clock::now();
+  const bool toStdout = out == "-";
+  Temps temps;
+  const std::string& inPath = in;
   if (access(in.c_str(), R_OK) != 0) {
     *error = "cannot read " + in + ": no such file or no permission";
     return false;
   }
-  if (in == out || SameFile(in, out)) {
-    *error = "the output " + out + " is the input; choose another output file";
-    return false;
+  if (!toStdout) {
+    if (in == out || SameFile(in, out)) {
+      *error = "the output " + out + " is the input; choose another output file";
+      return false;
+    }
+    struct stat st;
+    if (stat(out.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+      *error = "the output " + out + " is a directory";
+      return false;
+    }
   }
-  struct stat st;
-  if (stat(out.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-    *error = "the output " + out + " is a directory";
-    return false;
-  }
-  std::string tmp = DirOf(out) + "/." + BaseOf(out) + ".qxfx-XXXXXX";
-  std::vector<char> name(tmp.begin(), tmp.end());
-  name.push_back('\0');
-  int fd = mkstemp(name.data());
-  if (fd < 0) {
-    *error = "cannot write in " + DirOf(out) + ": no such directory or no permission";
-    return false;
-  }
-  // mkstemp makes the file private; give it the permissions a new file normally gets.
-  mode_t mask = umask(0);
-  umask(mask);
-  fchmod(fd, 0666 & ~mask);
-  close(fd);
-  tmp = name.data();
 
-  // Keep the input's encoding, in the container OUT's name asks for.
   SF_INFO info{};
-  SNDFILE* probe = sf_open(in.c_str(), SFM_READ, &info);
+  SNDFILE* probe = sf_open(inPath.c_str(), SFM_READ, &info);
   if (!probe) {
-    unlink(tmp.c_str());
     *error = "cannot read " + in + ": " + sf_strerror(nullptr);
     return false;
   }
   sf_close(probe);
-  int format = MajorFormatFor(out) | (info.format & SF_FORMAT_SUBMASK);
-  SF_INFO check{};
-  check.samplerate = info.samplerate;
-  check.channels = info.channels;
-  check.format = format;
-  if (!sf_format_check(&check)) format = SF_FORMAT_WAV | (info.format & SF_FORMAT_SUBMASK);
+  int format = 0;
+  if (!QxfxChooseFormat(options.form, toStdout ? std::string() : out, info.format, info.channels, info.samplerate,
+                        &format, error))
+    return false;
+  // Past 4 GB a WAV header overflows; RF64 is WAV's own answer.
+  if ((format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV && !options.form.major &&
+      static_cast<double>(info.frames) * info.channels * 8 * 5 > 4.0e9)
+    format = (format & ~SF_FORMAT_TYPEMASK) | SF_FORMAT_RF64;
 
-  std::string runError;
-  HRESULT hr = CGraphRunner::ProcessFile(in, tmp, filters, static_cast<LONG>(options.blockFrames), &runError, format);
-  if (FAILED(hr)) {
-    unlink(tmp.c_str());
-    *error = runError.empty() ? "processing failed" + QxfxDescribe(hr) : runError;
+  std::string tmp = QxfxMakeTemp(toStdout ? QxfxTempDir() + "/qxfx-out-XXXXXX"
+                                          : DirOf(out) + "/." + BaseOf(out) + ".qxfx-XXXXXX");
+  if (tmp.empty()) {
+    *error = "cannot write in " + (toStdout ? QxfxTempDir() : DirOf(out)) + ": no such directory or no permission";
     return false;
   }
-  if (std::rename(tmp.c_str(), out.c_str()) != 0) {
-    unlink(tmp.c_str());
-    *error = "cannot create " + out;
-    return false;
+  temps.paths.push_back(tmp);
+
+  // The graph writes the form its last filter delivers; the host converts afterwards when whole
+  // numbers and float meet, so that levels keep their scale and loud samples clip, not wrap.
+  std::string fed = inPath, fedName = options.inName.empty() ? in : options.inName;
+  auto graphFormat = [&](int fedFormat) {
+    return IsFloat(fedFormat) == IsFloat(format) ? format : 0;
+  };
+  const std::string outName = toStdout ? "standard output" : out;
+  std::string stage = tmp;
+  auto run = [&](int fedFormat) {
+    int gf = graphFormat(fedFormat);
+    if (gf == 0 && stage == tmp) {
+      stage = QxfxMakeTemp(QxfxTempDir() + "/qxfx-stage-XXXXXX");
+      temps.paths.push_back(stage);
+      if (stage.empty()) {
+        *error = "cannot make a temporary file in " + QxfxTempDir();
+        return static_cast<HRESULT>(E_FAIL);
+      }
+    }
+    // A file of the graph's own form, W64 so that it has no 4 GB limit.
+    return RunGraph(fed, gf ? tmp : stage, gf ? gf : SF_FORMAT_W64, filters, options, fedName, outName, error);
+  };
+  HRESULT hr = run(info.format);
+  if (hr == VFW_E_TYPE_NOT_ACCEPTED || hr == VFW_E_INVALIDMEDIATYPE || hr == VFW_E_NO_ACCEPTABLE_TYPES) {
+    // The host's conversion before the chain: the effects all take 32-bit float.
+    std::string converted = QxfxMakeTemp(QxfxTempDir() + "/qxfx-float-XXXXXX");
+    temps.paths.push_back(converted);
+    if (converted.empty() || !Convert(inPath, converted, 0, error)) return false;
+    if (options.verbose)
+      std::fprintf(stderr, "qxfx: the chain refused %s; converted the input to 32-bit float first\n",
+                   QxfxFormatName(info.format).c_str());
+    error->clear();
+    fed = converted;
+    fedName += " as 32-bit float";
+    hr = run(SF_FORMAT_FLOAT);
   }
-  result->framesIn = FramesOf(in);
-  result->framesOut = FramesOf(out);
+  if (FAILED(hr)) return false;
+  if (stage != tmp) {
+    if (options.verbose) std::fprintf(stderr, "qxfx: converting to %s\n", QxfxFormatName(format).c_str());
+    if (!Convert(stage, tmp, format, error)) return false;
+  }
+
+  result->framesIn = info.frames;
+  result->framesOut = FramesOf(tmp);
+  result->format = format;
+  result->rate = info.samplerate;
+  if (toStdout) {
+    int fd = open(tmp.c_str(), O_RDONLY);
+    bool ok = fd >= 0 && CopyFd(fd, 1);
+    if (fd >= 0) close(fd);
+    if (!ok) {
+      *error = "cannot write to standard output";
+      return false;
+    }
+  } else {
+    if (std::rename(tmp.c_str(), out.c_str()) != 0) {
+      *error = "cannot create " + out;
+      return false;
+    }
+    QxfxKeepTemp(tmp);
+    for (std::string& p : temps.paths)
+      if (p == tmp) p.clear();
+  }
+  result->seconds = std::chrono::duration<double>(Clock::now() - start).count();
   return true;
 }
 
 bool QxfxReadInfo(const std::string& path, QxfxFileInfo* info, std::string* error) {
   SF_INFO sfi{};
-  SNDFILE* f = sf_open(path.c_str(), SFM_READ, &sfi);
+  SNDFILE* f = sf_open(path == "-" ? "/dev/stdin" : path.c_str(), SFM_READ, &sfi);
   if (!f) {
     *error = "cannot read " + path + ": " + sf_strerror(nullptr);
     return false;
   }
-  info->form = FormName(sfi.format);
+  info->form = QxfxFormatName(sfi.format);
   info->channels = sfi.channels;
   info->rate = sfi.samplerate;
   info->frames = sfi.frames;

@@ -1,5 +1,7 @@
 // qxfx: runs the pack's effects over audio files from a shell.
 #include <sndfile.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cmath>
@@ -14,7 +16,9 @@
 #include "tools/qxfx/file_graph.h"
 #include "tools/qxfx/module_commands.h"
 #include "tools/qxfx/module_loader.h"
+#include "tools/qxfx/output_format.h"
 #include "tools/qxfx/pitch_options.h"
+#include "tools/qxfx/temp_files.h"
 #include "tools/qxfx/tempo_host.h"
 #include "tools/qxfx/time_options.h"
 
@@ -29,17 +33,20 @@ void Usage(FILE* to) {
   std::fprintf(to,
                "usage: qxfx COMMAND ...\n"
                "\n"
-               "  qxfx process IN OUT EFFECT [effect options]\n"
-               "        run EFFECT over the audio file IN and write OUT in the same sample form\n"
-               "  qxfx list                 the module's classes, their state and registration\n"
+               "  qxfx process IN OUT EFFECT [effect options] [+ EFFECT [effect options]]...\n"
+               "        run IN through the effects in order and write OUT; IN or OUT may be - for\n"
+               "        standard input or output\n"
+               "  qxfx process --out-dir DIR [-j N] IN... EFFECT [effect options] [+ EFFECT ...]\n"
+               "        the same for many files, each written to DIR under its own name\n"
+               "  qxfx list                 the module's classes, their state and registration [--json]\n"
                "  qxfx register             register the module's classes and filters\n"
                "  qxfx unregister           remove them from the registry again\n"
                "  qxfx presets EFFECT       the effect's presets [--json]\n"
                "  qxfx params EFFECT        the effect's automation parameters [--json]\n"
-               "  qxfx help [EFFECT]        this text, or an effect's fields and ranges\n"
+               "  qxfx help [EFFECT]        this text, or an effect's fields, defaults and presets\n"
                "  qxfx info FILE            length, form and peak level of an audio file\n"
                "\n"
-               "effect options (applied in this order):\n"
+               "effect options (they set the effect they follow, applied in this order):\n"
                "  --lang LCID               language of names and texts, e.g. 1031 or 0x407\n"
                "  --load-state FILE         the effect's saved state (as --save-state wrote it)\n"
                "  --preset N|NAME           a preset by index or name (qxfx presets EFFECT)\n"
@@ -60,12 +67,21 @@ void Usage(FILE* to) {
                "  --preserve-duration       pitch-shift: keep the length (S then -12 to 12)\n"
                "\n"
                "options (anywhere on the line):\n"
-               "  --block-frames N          frames per media sample fed to the effect (default 4096)\n"
+               "  --output-format FORM      container and/or encoding of the output, e.g. flac,\n"
+               "                            wav:float, aiff:pcm24 (default: OUT's extension, the input's\n"
+               "                            encoding)\n"
+               "  --out-dir DIR             write each input to DIR (several inputs)\n"
+               "  -j, --jobs N              with --out-dir: N files at once (default 1)\n"
+               "  --block-frames N          frames per media sample fed to the effects (default 4096)\n"
                "  -q, --quiet               print nothing but errors\n"
+               "  -v, --verbose             show the graph and the formats agreed between its filters\n"
+               "  --no-progress             no progress bar (it shows only on a terminal, after 1 s)\n"
+               "  --json                    list, presets and params as JSON\n"
                "  -h, --help                this text\n"
                "\n"
                "FIELD is a field of the effect's parameter record, VALUE its stored value\n"
-               "(see qxfx help EFFECT). The output is written whole or not at all; IN is never touched.\n");
+               "(see qxfx help EFFECT). The output is written whole or not at all, also when the run\n"
+               "is interrupted; IN is never touched.\n");
 }
 
 std::vector<std::string> EffectNames() {
@@ -87,20 +103,6 @@ const QxfxEffect* EffectOrComplain(const std::string& name) {
          "; qxfx list shows them");
   }
   return e;
-}
-
-int HelpEffect(const std::string& name) {
-  const QxfxEffect* e = EffectOrComplain(name);
-  if (!e) return 1;
-  std::printf("%s (%s), class {%s}\n", e->name.c_str(), Narrow(e->title).c_str(), GuidToString(e->clsid).c_str());
-  if (e->fields.empty()) {
-    std::printf("  not built yet\n");
-    return 0;
-  }
-  std::printf("fields (--set FIELD=VALUE):\n");
-  for (const QxfxField& f : e->fields)
-    std::printf("  %-18s %6d .. %-6d %s\n", f.name.c_str(), f.min, f.max, f.unit.c_str());
-  return 0;
 }
 
 int Info(const std::string& path) {
@@ -146,42 +148,214 @@ int Listing(const QxfxCommandLine& cl) {
   return 0;
 }
 
-int Process(const QxfxCommandLine& cl) {
-  if (cl.words.size() < 3)
-    return Fail("process needs IN OUT EFFECT (e.g. qxfx process in.wav out.wav simple-delay)");
-  if (cl.words.size() > 3) return Fail("unexpected '" + cl.words[3] + "' after the effect name");
-  const std::string& in = cl.words[0];
-  const std::string& out = cl.words[1];
-  const QxfxEffect* effect = EffectOrComplain(cl.words[2]);
-  if (!effect) return 1;
-
+// qxfx help EFFECT: the fields with their ranges, units and the values a new filter starts with,
+// and the presets, all asked of the effect itself.
+int HelpEffect(const std::string& name) {
+  const QxfxEffect* e = EffectOrComplain(name);
+  if (!e) return 1;
+  std::printf("%s (%s), class {%s}\n", e->name.c_str(), Narrow(e->title).c_str(), GuidToString(e->clsid).c_str());
   ComPtr<IBaseFilter> filter;
   std::string error;
-  if (!MakeFilter(*effect, &filter, &error)) return Fail(error);
-  if (!QxfxConfigure(filter.Get(), *effect, cl, &error)) return Fail(error);
-  if (!QxfxApplyTimeOptions(filter.Get(), *effect, cl, &error)) return Fail(error);
-  if (!QxfxApplyPitchOptions(filter.Get(), *effect, cl, &error)) return Fail(error);
-  // Effects that follow tempo get the host's maps; playback starts at tick 0.
-  QxfxTempoOptions tempo;
-  tempo.tempo = cl.tempo;
-  tempo.numerator = cl.meterNumerator;
-  tempo.denominator = cl.meterDenominator;
-  tempo.mapFile = cl.tempoMap;
-  bool tempoConnected = false;
-  if (!QxfxConnectTempo(filter.Get(), tempo, in, &tempoConnected, &error)) return Fail(error);
-  if (tempo.Any() && !tempoConnected && !cl.quiet)
-    std::fprintf(stderr, "qxfx: %s does not follow tempo; --tempo, --meter and --tempo-map are ignored\n",
-                 effect->name.c_str());
-  // The state saved is what the options set up, before any envelope moves a value.
-  if (!cl.saveState.empty() && !QxfxSaveState(filter.Get(), cl.saveState, &error)) return Fail(error);
+  if (!MakeFilter(*e, &filter, &error)) {
+    std::printf("  %s\n", error.c_str());
+    return 0;
+  }
+  std::printf("fields (--set FIELD=VALUE):   range            default  unit\n");
+  for (const QxfxField& f : e->fields) {
+    int32_t v = 0;
+    std::string def = SUCCEEDED(f.get(filter.Get(), &v)) ? std::to_string(v) : "?";
+    std::printf("  %-26s %7d .. %-7d %7s  %s\n", f.name.c_str(), f.min, f.max, def.c_str(), f.unit.c_str());
+  }
+  std::vector<std::string> presets = QxfxPresetNames(filter.Get());
+  std::printf("presets (--preset N|NAME):\n");
+  if (presets.empty()) std::printf("  none\n");
+  for (size_t i = 0; i < presets.size(); ++i) std::printf("  %3zu  %s\n", i, presets[i].c_str());
+  std::printf("automation parameters: qxfx params %s\n", e->name.c_str());
+  return 0;
+}
 
-  QxfxRunOptions opt;
-  opt.blockFrames = static_cast<uint32_t>(cl.blockFrames);
+// The filters of a chain, each made and set up from its own options. `inPath` gives the rate for
+// the tempo host.
+bool BuildChain(const QxfxCommandLine& cl, const std::string& inPath, std::vector<ComPtr<IBaseFilter>>* chain,
+                std::string* error) {
+  for (const QxfxEffectArgs& args : cl.chain) {
+    const QxfxEffect* effect = QxfxFindEffect(args.effect);
+    ComPtr<IBaseFilter> filter;
+    std::string why;
+    const std::string where = cl.chain.size() > 1 ? args.effect + ": " : "";
+    auto fail = [&] {
+      *error = where + why;
+      return false;
+    };
+    if (!MakeFilter(*effect, &filter, &why)) return fail();
+    if (!QxfxConfigure(filter.Get(), *effect, args, &why)) return fail();
+    if (!QxfxApplyTimeArgs(filter.Get(), *effect, args, &why)) return fail();
+    if (!QxfxApplyPitchArgs(filter.Get(), *effect, args, &why)) return fail();
+    // Effects that follow tempo get the host's maps; playback starts at tick 0.
+    QxfxTempoOptions tempo;
+    tempo.tempo = args.tempo;
+    tempo.numerator = args.meterNumerator;
+    tempo.denominator = args.meterDenominator;
+    tempo.mapFile = args.tempoMap;
+    bool tempoConnected = false;
+    if (!QxfxConnectTempo(filter.Get(), tempo, inPath, &tempoConnected, &why)) return fail();
+    if (tempo.Any() && !tempoConnected && !cl.quiet)
+      std::fprintf(stderr, "qxfx: %s does not follow tempo; --tempo, --meter and --tempo-map are ignored\n",
+                   effect->name.c_str());
+    // The state saved is what the options set up, before any envelope moves a value.
+    if (!args.saveState.empty() && !QxfxSaveState(filter.Get(), args.saveState, &why)) return fail();
+    chain->push_back(std::move(filter));
+  }
+  return true;
+}
+
+// One input through the chain into one output.
+bool ProcessOne(const QxfxCommandLine& cl, const QxfxOutputForm& form, bool progress, const std::string& in,
+                const std::string& out, std::string* error) {
+  std::string inPath = in, spool;
+  if (in == "-" && !QxfxStdinPath(&inPath, &spool, error)) {
+    if (!spool.empty()) QxfxRemoveTemp(spool);
+    return false;
+  }
+  std::vector<ComPtr<IBaseFilter>> chain;
+  bool ok = BuildChain(cl, inPath, &chain, error);
   QxfxRunResult result;
-  if (!QxfxRunFile(in, out, {filter.Get()}, opt, &result, &error)) return Fail(error);
-  if (!cl.quiet)
-    std::fprintf(stderr, "qxfx: %s -> %s: %lld frames in, %lld frames out\n", in.c_str(), out.c_str(),
-                 static_cast<long long>(result.framesIn), static_cast<long long>(result.framesOut));
+  if (ok) {
+    std::vector<IBaseFilter*> filters;
+    QxfxRunOptions opt;
+    for (size_t i = 0; i < chain.size(); ++i) {
+      filters.push_back(chain[i].Get());
+      opt.names.push_back(cl.chain[i].effect);
+    }
+    opt.blockFrames = static_cast<uint32_t>(cl.blockFrames);
+    opt.form = form;
+    opt.progress = progress && !cl.quiet;
+    opt.verbose = cl.verbose;
+    if (in == "-") opt.inName = "standard input";
+    ok = QxfxRunFile(inPath, out, filters, opt, &result, error);
+    if (ok && in == "-") error->clear();
+  }
+  if (!spool.empty()) QxfxRemoveTemp(spool);
+  if (!ok && in == "-") {
+    // Name standard input as the user typed it.
+    for (size_t at; (at = error->find(inPath)) != std::string::npos;) error->replace(at, inPath.size(), "standard input");
+  }
+  if (ok && !cl.quiet) {
+    double audio = result.rate ? static_cast<double>(result.framesIn) / result.rate : 0.0;
+    std::fprintf(stderr, "qxfx: %s -> %s: %lld frames in, %lld frames out (%s), %.0fx real time\n",
+                 in == "-" ? "stdin" : in.c_str(), out == "-" ? "stdout" : out.c_str(),
+                 static_cast<long long>(result.framesIn), static_cast<long long>(result.framesOut),
+                 QxfxFormatName(result.format).c_str(), result.seconds > 0 ? audio / result.seconds : 0.0);
+  }
+  return ok;
+}
+
+std::string BaseName(const std::string& path) {
+  size_t slash = path.rfind('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+// process --out-dir DIR IN...: each file in a child process of its own, N at a time, so that one
+// failure (even a crash) stops no other; then a summary naming the failures.
+int ProcessBatch(const QxfxCommandLine& cl, const QxfxOutputForm& form) {
+  struct stat st;
+  if (stat(cl.outDir.c_str(), &st) != 0) {
+    if (mkdir(cl.outDir.c_str(), 0777) != 0) return Fail("cannot make the folder " + cl.outDir);
+  } else if (!S_ISDIR(st.st_mode)) {
+    return Fail("--out-dir " + cl.outDir + " is not a folder");
+  }
+  std::vector<std::string> outputs;
+  for (const std::string& in : cl.inputs) {
+    if (in == "-") return Fail("standard input cannot be one of several inputs; give file names with --out-dir");
+    std::string name = BaseName(in);
+    if (form.major) {
+      size_t dot = name.rfind('.');
+      name = (dot == std::string::npos ? name : name.substr(0, dot)) + "." + QxfxExtensionFor(form.major);
+    }
+    std::string out = cl.outDir + "/" + name;
+    for (size_t k = 0; k < outputs.size(); ++k)
+      if (outputs[k] == out) return Fail(cl.inputs[k] + " and " + in + " would both be written to " + out);
+    outputs.push_back(out);
+  }
+  std::fflush(nullptr);
+  std::vector<bool> failed(cl.inputs.size(), false);
+  std::vector<std::pair<pid_t, size_t>> running;
+  size_t next = 0, failures = 0;
+  auto reap = [&] {
+    int status = 0;
+    pid_t pid = wait(&status);
+    if (pid < 0) return;
+    QxfxForgetChild(pid);
+    for (size_t k = 0; k < running.size(); ++k)
+      if (running[k].first == pid) {
+        size_t index = running[k].second;
+        if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+          failed[index] = true;
+          ++failures;
+          if (WIFSIGNALED(status))
+            std::fprintf(stderr, "qxfx: %s: stopped by signal %d\n", cl.inputs[index].c_str(), WTERMSIG(status));
+        }
+        running.erase(running.begin() + static_cast<long>(k));
+        break;
+      }
+  };
+  const bool progress = cl.progress && cl.jobs == 1;
+  while (next < cl.inputs.size() || !running.empty()) {
+    if (next < cl.inputs.size() && running.size() < static_cast<size_t>(cl.jobs)) {
+      pid_t pid = fork();
+      if (pid < 0) {
+        failed[next] = true;
+        ++failures;
+        std::fprintf(stderr, "qxfx: %s: cannot start a process for it\n", cl.inputs[next].c_str());
+        ++next;
+        continue;
+      }
+      if (pid == 0) {
+        QxfxForgetAllChildren();
+        std::string error;
+        bool ok = ProcessOne(cl, form, progress, cl.inputs[next], outputs[next], &error);
+        if (!ok) std::fprintf(stderr, "qxfx: %s: %s\n", cl.inputs[next].c_str(), error.c_str());
+        std::fflush(nullptr);
+        std::exit(ok ? 0 : 1);
+      }
+      QxfxTrackChild(pid);
+      running.push_back({pid, next++});
+      continue;
+    }
+    reap();
+  }
+  const size_t total = cl.inputs.size();
+  if (failures) {
+    std::string names;
+    for (size_t k = 0; k < total; ++k)
+      if (failed[k]) names += (names.empty() ? "" : ", ") + cl.inputs[k];
+    std::fprintf(stderr, "qxfx: %zu of %zu files done, %zu failed: %s\n", total - failures, total, failures,
+                 names.c_str());
+    return 1;
+  }
+  if (!cl.quiet) std::fprintf(stderr, "qxfx: %zu of %zu files done into %s\n", total, total, cl.outDir.c_str());
+  return 0;
+}
+
+int Process(const QxfxCommandLine& cl) {
+  // Every name and option is checked once before any file is touched.
+  for (const QxfxEffectArgs& args : cl.chain)
+    if (!EffectOrComplain(args.effect)) return 1;
+  QxfxOutputForm form;
+  std::string error;
+  if (!cl.outputFormat.empty() && !QxfxParseOutputFormat(cl.outputFormat, &form, &error)) return Fail(error);
+  if (cl.chain.size() > 1 || !cl.outDir.empty()) {
+    // Options that only make sense once: the same state file saved by two effects would be a mix-up.
+    for (size_t i = 0; i < cl.chain.size(); ++i)
+      for (size_t k = i + 1; k < cl.chain.size(); ++k)
+        if (!cl.chain[i].saveState.empty() && cl.chain[i].saveState == cl.chain[k].saveState)
+          return Fail("--save-state " + cl.chain[i].saveState + " is given to two effects of the chain");
+  }
+  QxfxModule::Get(&error);  // loaded once, before any child is made
+  if (!cl.outDir.empty()) return ProcessBatch(cl, form);
+  if (!cl.output.empty() && cl.output != "-" && cl.output == cl.inputs[0])
+    return Fail("the output " + cl.output + " is the input; choose another output file");
+  if (!ProcessOne(cl, form, cl.progress, cl.inputs[0], cl.output, &error)) return Fail(error);
   return 0;
 }
 }  // namespace
@@ -189,8 +363,7 @@ int Process(const QxfxCommandLine& cl) {
 int main(int argc, char** argv) {
   QxfxCommandLine cl;
   std::string error;
-  if (!QxfxTakeTimeOptions(&argc, argv, &error)) return Fail(error);
-  if (!QxfxTakePitchOptions(&argc, argv, &error)) return Fail(error);
+  QxfxInstallCleanup();
   if (!QxfxParse(argc, argv, &cl, &error)) return Fail(error);
   if (cl.help || cl.command.empty()) {
     if (cl.help && !cl.command.empty() && cl.command != "help" && cl.command != "process") {
@@ -200,7 +373,7 @@ int main(int argc, char** argv) {
     Usage(cl.help ? stdout : stderr);
     return cl.help ? 0 : 2;
   }
-  if (cl.command == "list") return QxfxList();
+  if (cl.command == "list") return QxfxList(cl.json);
   if (cl.command == "register") return QxfxRegister(cl.quiet);
   if (cl.command == "unregister") return QxfxUnregister(cl.quiet);
   if (cl.command == "help") {

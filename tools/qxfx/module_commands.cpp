@@ -84,12 +84,14 @@ int RunServer(bool unregister, bool quiet) {
 }
 }  // namespace
 
-int QxfxList() {
+int QxfxList(bool json) {
   std::string error;
   QxfxModule* module = QxfxModule::Get(&error);
   if (!module) return Fail(error);
   std::string problem;
-  std::printf("%-24s %-38s  %-16s %-10s %s\n", "class", "identifier", "qxfx name", "state", "registered");
+  if (!json)
+    std::printf("%-24s %-38s  %-16s %-10s %s\n", "class", "identifier", "qxfx name", "state", "registered");
+  bool first = true;
   for (const KnownClass& c : kClasses) {
     std::string cmd;
     for (const QxfxEffect& e : QxfxEffects())
@@ -97,9 +99,19 @@ int QxfxList() {
     ComPtr<IUnknown> object;
     const HRESULT hr = module->CreateInstance(c.clsid, IID_IUnknown, object.PutVoid());
     const char* state = SUCCEEDED(hr) ? "ready" : hr == E_NOTIMPL ? "not built" : "fails";
+    if (json) {
+      std::printf("%s{\"class\": \"%s\", \"identifier\": \"{%s}\", \"name\": %s, \"state\": \"%s\", "
+                  "\"registered\": \"%s\"}",
+                  first ? "[" : ",\n ", c.name, GuidToString(c.clsid).c_str(),
+                  cmd.empty() ? "null" : ("\"" + cmd + "\"").c_str(), state,
+                  Registration(c.clsid, module->Path(), &problem).c_str());
+      first = false;
+      continue;
+    }
     std::printf("%-24s {%s}  %-16s %-10s %s\n", c.name, GuidToString(c.clsid).c_str(), cmd.empty() ? "-" : cmd.c_str(),
                 state, Registration(c.clsid, module->Path(), &problem).c_str());
   }
+  if (json) std::printf("%s]\n", first ? "[" : "");
   if (!problem.empty()) std::fprintf(stderr, "qxfx: cannot read the registry: %s\n", problem.c_str());
   return 0;
 }

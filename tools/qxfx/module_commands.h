@@ -4,7 +4,8 @@
 
 // Each class of the module: name, identifier, qxfx's name for it, whether it can be made now,
 // and whether the registry names a server for it (this module or another file).
-int QxfxList();
+// With `json` the same as a JSON array of objects.
+int QxfxList(bool json = false);
 // Run DllRegisterServer / DllUnregisterServer of the loaded module; 0 on success.
 int QxfxRegister(bool quiet);
 int QxfxUnregister(bool quiet);

@@ -102,7 +102,13 @@ bool QxfxPitchSettingFor(const QxfxPitchOptions& o, QxfxPitchSetting* setting, s
 
 bool QxfxApplyPitchOptions(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl,
                            std::string* error) {
-  const QxfxPitchOptions& o = QxfxGivenPitchOptions();
+  QxfxEffectArgs args = cl;
+  args.pitch = QxfxGivenPitchOptions();
+  return QxfxApplyPitchArgs(filter, effect, args, error);
+}
+
+bool QxfxApplyPitchArgs(IUnknown* filter, const QxfxEffect& effect, const QxfxEffectArgs& cl, std::string* error) {
+  const QxfxPitchOptions& o = cl.pitch;
   if (!o.Any()) return true;
   if (effect.clsid != MakeGuid("ED1B4100-93BE-11D0-AEBC-00A0C9053912")) {
     *error = "--semitones, --cents and --preserve-duration are for pitch-shift, not " + effect.name;

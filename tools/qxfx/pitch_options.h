@@ -8,15 +8,6 @@
 #include "tools/qxfx/cli.h"
 #include "tools/qxfx/effects.h"
 
-struct QxfxPitchOptions {
-  bool hasSemitones = false;
-  double semitones = 0.0;  // whole semitones
-  bool hasCents = false;
-  double cents = 0.0;      // cents, one decimal
-  bool preserveDuration = false;
-  bool Any() const { return hasSemitones || hasCents || preserveDuration; }
-};
-
 // What the options come to: the record fields to set.
 struct QxfxPitchSetting {
   int32_t semitones = 0;
@@ -38,3 +29,5 @@ bool QxfxPitchSettingFor(const QxfxPitchOptions& options, QxfxPitchSetting* sett
 // other effects and beside --set Ratio.
 bool QxfxApplyPitchOptions(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl,
                            std::string* error);
+// The same for one effect of a chain, with its own options.
+bool QxfxApplyPitchArgs(IUnknown* filter, const QxfxEffect& effect, const QxfxEffectArgs& args, std::string* error);

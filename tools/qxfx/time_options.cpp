@@ -115,7 +115,13 @@ bool QxfxTimeSettingFor(const QxfxTimeOptions& o, QxfxTimeSetting* setting, std:
 
 bool QxfxApplyTimeOptions(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl,
                           std::string* error) {
-  const QxfxTimeOptions& o = QxfxGivenTimeOptions();
+  QxfxEffectArgs args = cl;
+  args.time = QxfxGivenTimeOptions();
+  return QxfxApplyTimeArgs(filter, effect, args, error);
+}
+
+bool QxfxApplyTimeArgs(IUnknown* filter, const QxfxEffect& effect, const QxfxEffectArgs& cl, std::string* error) {
+  const QxfxTimeOptions& o = cl.time;
   if (!o.Any()) return true;
   if (effect.clsid != MakeGuid("B97C0F22-196D-11D1-B99B-00A0C9053912")) {
     *error = "--percent, --tempo-from and --tempo-to are for time-stretch, not " + effect.name;

@@ -8,16 +8,6 @@
 #include "tools/qxfx/cli.h"
 #include "tools/qxfx/effects.h"
 
-struct QxfxTimeOptions {
-  bool hasPercent = false;
-  double percent = 0.0;    // output length as a percentage of the input
-  bool hasTempoFrom = false;
-  double tempoFrom = 0.0;  // source tempo, bpm
-  bool hasTempoTo = false;
-  double tempoTo = 0.0;    // wanted tempo, bpm
-  bool Any() const { return hasPercent || hasTempoFrom || hasTempoTo; }
-};
-
 // What the options come to: the record fields to set.
 struct QxfxTimeSetting {
   double finalLength = 10000.0;
@@ -35,7 +25,9 @@ const QxfxTimeOptions& QxfxGivenTimeOptions();
 // trunc(A x 100) / (B x 0.01) for tempi. Refuses values outside the effect's 50 % to 500 %.
 bool QxfxTimeSettingFor(const QxfxTimeOptions& options, QxfxTimeSetting* setting, std::string* error);
 
-// Sets the kept options on a time-stretch filter, after the other effect options. Refuses them for
-// other effects and beside --set FinalLength.
+// Sets an effect's time options on a time-stretch filter, after the other effect options. Refuses
+// them for other effects and beside --set FinalLength.
+bool QxfxApplyTimeArgs(IUnknown* filter, const QxfxEffect& effect, const QxfxEffectArgs& args, std::string* error);
+// The same with the options QxfxTakeTimeOptions kept and the settings of `cl`.
 bool QxfxApplyTimeOptions(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl,
                           std::string* error);
