@@ -3,26 +3,14 @@
 // IQxPitchsProp.
 #include "tools/qxfx/pitch_options.h"
 
-#include <cerrno>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 
 #include "aplugins/qxppack1/pitchtime/pitchs_prop.h"
+#include "tools/qxfx/number_options.h"
 
 namespace {
 QxfxPitchOptions g_given;
-
-bool ParseNumber(const std::string& s, double* v) {
-  if (s.empty()) return false;
-  errno = 0;
-  char* end = nullptr;
-  double r = std::strtod(s.c_str(), &end);
-  if (errno || *end || !std::isfinite(r)) return false;
-  *v = r;
-  return true;
-}
 
 std::string Fixed(double v) {
   char buf[64];
@@ -35,49 +23,10 @@ const QxfxPitchOptions& QxfxGivenPitchOptions() { return g_given; }
 
 bool QxfxTakePitchOptions(int* argc, char** argv, std::string* error) {
   g_given = {};  // each command line starts from nothing
-  struct Option {
-    const char* name;
-    bool* has;
-    double* value;
-  } options[] = {{"--semitones", &g_given.hasSemitones, &g_given.semitones},
-                 {"--cents", &g_given.hasCents, &g_given.cents}};
-  int kept = 1;
-  for (int i = 1; i < *argc; ++i) {
-    const std::string a = argv[i];
-    if (a == "--preserve-duration") {
-      g_given.preserveDuration = true;
-      continue;
-    }
-    const Option* hit = nullptr;
-    std::string value;
-    for (const Option& o : options) {
-      const size_t n = std::strlen(o.name);
-      if (a == o.name) {
-        if (i + 1 >= *argc) {
-          *error = std::string(o.name) + " needs a value";
-          return false;
-        }
-        hit = &o;
-        value = argv[++i];
-      } else if (a.compare(0, n + 1, std::string(o.name) + "=") == 0) {
-        hit = &o;
-        value = a.substr(n + 1);
-      }
-      if (hit) break;
-    }
-    if (!hit) {
-      argv[kept++] = argv[i];
-      continue;
-    }
-    if (!ParseNumber(value, hit->value)) {
-      *error = std::string(hit->name) + " takes a number, not '" + value + "'";
-      return false;
-    }
-    *hit->has = true;
-  }
-  *argc = kept;
-  argv[kept] = nullptr;
-  return true;
+  const QxfxNumberOption options[] = {{"--semitones", &g_given.hasSemitones, &g_given.semitones},
+                                       {"--cents", &g_given.hasCents, &g_given.cents}};
+  const QxfxSwitchOption switches[] = {{"--preserve-duration", &g_given.preserveDuration}};
+  return QxfxTakeNumberOptions(argc, argv, options, switches, error);
 }
 
 bool QxfxPitchSettingFor(const QxfxPitchOptions& o, QxfxPitchSetting* setting, std::string* error) {

@@ -2,26 +2,14 @@
 // before the common parser runs, converted to FinalLength and set through IQxTimeProp.
 #include "tools/qxfx/time_options.h"
 
-#include <cerrno>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 
 #include "aplugins/qxppack1/pitchtime/time_prop.h"
+#include "tools/qxfx/number_options.h"
 
 namespace {
 QxfxTimeOptions g_given;
-
-bool ParseNumber(const std::string& s, double* v) {
-  if (s.empty()) return false;
-  errno = 0;
-  char* end = nullptr;
-  double r = std::strtod(s.c_str(), &end);
-  if (errno || *end || !std::isfinite(r)) return false;
-  *v = r;
-  return true;
-}
 
 std::string Fixed(double v) {
   char buf[64];
@@ -33,46 +21,10 @@ std::string Fixed(double v) {
 const QxfxTimeOptions& QxfxGivenTimeOptions() { return g_given; }
 
 bool QxfxTakeTimeOptions(int* argc, char** argv, std::string* error) {
-  struct Option {
-    const char* name;
-    bool* has;
-    double* value;
-  } options[] = {{"--percent", &g_given.hasPercent, &g_given.percent},
-                 {"--tempo-from", &g_given.hasTempoFrom, &g_given.tempoFrom},
-                 {"--tempo-to", &g_given.hasTempoTo, &g_given.tempoTo}};
-  int kept = 1;
-  for (int i = 1; i < *argc; ++i) {
-    const std::string a = argv[i];
-    const Option* hit = nullptr;
-    std::string value;
-    for (const Option& o : options) {
-      const size_t n = std::strlen(o.name);
-      if (a == o.name) {
-        if (i + 1 >= *argc) {
-          *error = std::string(o.name) + " needs a value";
-          return false;
-        }
-        hit = &o;
-        value = argv[++i];
-      } else if (a.compare(0, n + 1, std::string(o.name) + "=") == 0) {
-        hit = &o;
-        value = a.substr(n + 1);
-      }
-      if (hit) break;
-    }
-    if (!hit) {
-      argv[kept++] = argv[i];
-      continue;
-    }
-    if (!ParseNumber(value, hit->value)) {
-      *error = std::string(hit->name) + " takes a number, not '" + value + "'";
-      return false;
-    }
-    *hit->has = true;
-  }
-  *argc = kept;
-  argv[kept] = nullptr;
-  return true;
+  const QxfxNumberOption options[] = {{"--percent", &g_given.hasPercent, &g_given.percent},
+                                       {"--tempo-from", &g_given.hasTempoFrom, &g_given.tempoFrom},
+                                       {"--tempo-to", &g_given.hasTempoTo, &g_given.tempoTo}};
+  return QxfxTakeNumberOptions(argc, argv, options, {}, error);
 }
 
 bool QxfxTimeSettingFor(const QxfxTimeOptions& o, QxfxTimeSetting* setting, std::string* error) {

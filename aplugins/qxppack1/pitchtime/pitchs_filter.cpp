@@ -1,36 +1,16 @@
-// Pitch Shift filter object: type negotiation, the fourfold output buffers, the Receive and
-// end-of-stream loops around the transform's DSP, and the persistent load.
+// Pitch Shift filter object: its names and pins, the hooks into the transform's DSP, and the
+// persistent record load. The copy-transform plumbing is CQxCopyEffectFilter's.
 #include "aplugins/qxppack1/pitchtime/pitchs_filter.h"
 
 #include <atomic>
-#include <cstring>
 #include <new>
-
-#include "aplugins/qxppack1/frame/audio_format_check.h"
-#include "kernel/services/qx_waveformat.h"
 
 namespace {
 std::atomic<uint32_t> g_pitchsInstances{0};
-
-bool EngineTag(WORD tag) { return tag == WAVE_FORMAT_PCM || tag == WAVE_FORMAT_IEEE_FLOAT; }
 }  // namespace
 
-// ---------------------------------------------------------------------------------------------
-// Input pin
-
 CQxPitchsInputPin::CQxPitchsInputPin(const char* objectName, CQxPitchs* filter, HRESULT* hr, LPCWSTR pinName)
-    : CTransformInputPin(objectName, filter, hr, pinName), pitchs_(filter) {}
-
-HRESULT CQxPitchsInputPin::Receive(IMediaSample* sample) {
-  CAutoLock lock(&pitchs_->m_csReceive);
-  if (!sample) return E_POINTER;
-  HRESULT hr = CheckStreaming();
-  if (hr != S_OK) return hr;
-  return pitchs_->Receive(sample);
-}
-
-// ---------------------------------------------------------------------------------------------
-// Object
+    : CQxCopyEffectInputPin(objectName, filter, hr, pinName) {}
 
 CUnknown* CQxPitchs::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
   auto* filter = new (std::nothrow) CQxPitchs(outer, hr);
@@ -39,307 +19,23 @@ CUnknown* CQxPitchs::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
 }
 
 CQxPitchs::CQxPitchs(LPUNKNOWN outer, HRESULT*)
-    : CTransformFilter("Pitch Shift", outer, CLSID_QxPitchs), InstanceNumber_(++g_pitchsInstances) {
+    : CQxCopyEffectFilter("Pitch Shift", outer, CLSID_QxPitchs, "pitch output pin", ++g_pitchsInstances) {
   LoadPreset(0);
 }
 
 HRESULT CQxPitchs::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
   if (!ppv) return E_POINTER;
   if (riid == IID_IQxPitchsProp) return GetInterface(static_cast<IQxPitchsProp*>(this), ppv);
-  if (QueryPersist(riid, ppv)) return S_OK;
-  return CTransformFilter::NonDelegatingQueryInterface(riid, ppv);
+  return CQxCopyEffectFilter::NonDelegatingQueryInterface(riid, ppv);
 }
 
-CBasePin* CQxPitchs::GetPin(int n) {
-  if (!m_pInput) {
-    HRESULT hr = S_OK;
-    m_pInput = new (std::nothrow) CQxPitchsInputPin("pitch input pin", this, &hr, u"Input");
-    if (!m_pInput) return nullptr;
-    m_pOutput = new (std::nothrow) CTransformOutputPin("pitch output pin", this, &hr, u"Output");
-    if (!m_pOutput) {
-      delete m_pInput;
-      m_pInput = nullptr;
-      return nullptr;
-    }
-  }
-  if (n == 0) return m_pInput;
-  if (n == 1) return m_pOutput;
-  return nullptr;
+CTransformInputPin* CQxPitchs::MakeInputPin(HRESULT* hr) {
+  return new (std::nothrow) CQxPitchsInputPin("pitch input pin", this, hr, u"Input");
 }
 
-// ---------------------------------------------------------------------------------------------
-// Types and buffers
-
-HRESULT CQxPitchs::CheckInputType(const CMediaType* mt) {
-  QxAudioForm f;
-  return QxCheckAudioType(mt, &f) ? S_OK : E_INVALIDARG;
-}
-
-HRESULT CQxPitchs::CheckTransform(const CMediaType* in, const CMediaType* out) {
-  QxAudioForm a, b;
-  if (!QxCheckAudioType(in, &a) || !QxCheckAudioType(out, &b)) return E_INVALIDARG;
-  // An extensible type and its plain form are the same stream.
-  if (a.tag != b.tag || a.bits != b.bits || a.rate != b.rate || a.channels != b.channels) return E_INVALIDARG;
-  return S_OK;
-}
-
-HRESULT CQxPitchs::GetMediaType(int position, CMediaType* mt) {
-  if (!m_pInput || !m_pInput->IsConnected()) return E_UNEXPECTED;
-  if (position < 0) return E_INVALIDARG;
-  if (position > 0) return VFW_S_NO_MORE_ITEMS;
-  if (!mt) return E_POINTER;
-  const CMediaType& in = m_pInput->CurrentMediaType();
-  QxAudioForm f;
-  if (!QxCheckAudioType(&in, &f)) return E_UNEXPECTED;
-  // The input's type in plain form: no extra format bytes, alignment and rate recomputed.
-  const WAVEFORMATEX w = QxPlainFormat(f);
-  *mt = in;
-  mt->SetSubtype(f.tag == WAVE_FORMAT_PCM ? &MEDIASUBTYPE_PCM : &MEDIASUBTYPE_IEEE_FLOAT);
-  mt->SetFormatType(&FORMAT_WaveFormatEx);
-  if (!mt->SetFormat(reinterpret_cast<const BYTE*>(&w), sizeof w)) return E_OUTOFMEMORY;
-  mt->SetSampleSize(w.nBlockAlign);
-  return S_OK;
-}
-
-HRESULT CQxPitchs::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* props) {
-  if (!allocator || !props) return E_POINTER;
-  IMemAllocator* upstream = m_pInput ? m_pInput->PeekAllocator() : nullptr;
-  if (!upstream) return E_UNEXPECTED;
-  ALLOCATOR_PROPERTIES request{};
-  HRESULT hr = upstream->GetProperties(&request);
-  if (FAILED(hr)) return hr;
-  // Fixed at four times the input buffer whatever the ratio: the Receive loop draws more output
-  // buffers when one is not enough.
-  request.cbBuffer *= 4;
-  ALLOCATOR_PROPERTIES actual{};
-  hr = allocator->SetProperties(&request, &actual);
-  if (FAILED(hr)) return hr;
-  *props = actual;
-  return S_OK;
-}
-
-HRESULT CQxPitchs::SetMediaType(PIN_DIRECTION direction, const CMediaType* mt) {
-  WAVEFORMATEX& target = direction == PINDIR_INPUT ? InputFormat_ : OutputFormat_;
-  if (mt && mt->pbFormat && mt->cbFormat >= 16) {
-    // The reduction reads 18 bytes of a plain form; pad a 16-byte block so it never reads past it.
-    BYTE block[sizeof(WAVEFORMATEXTENSIBLE)] = {};
-    std::memcpy(block, mt->pbFormat, mt->cbFormat < sizeof block ? mt->cbFormat : sizeof block);
-    QxAudio_CopyWfExtToWfx(&target, reinterpret_cast<const WAVEFORMATEX*>(block));
-  }
-  target.nBlockAlign = static_cast<WORD>(target.wBitsPerSample / 8 * target.nChannels);
-  target.nAvgBytesPerSec = target.nSamplesPerSec * target.nBlockAlign;
-  target.cbSize = 0;
-  (direction == PINDIR_INPUT ? InputFormatSet_ : OutputFormatSet_) = true;
-  CTransformFilter::SetMediaType(direction, mt);
-  Notify(direction == PINDIR_INPUT ? QX_CHANGE_INPUT_FORMAT : QX_CHANGE_OUTPUT_FORMAT);
-  return S_OK;
-}
-
-HRESULT CQxPitchs::BreakConnect(PIN_DIRECTION direction) {
-  (direction == PINDIR_INPUT ? InputFormatSet_ : OutputFormatSet_) = false;
-  return CTransformFilter::BreakConnect(direction);
-}
-
-HRESULT CQxPitchs::GetFormat(WAVEFORMATEX* record, int32_t direction) {
-  if (!record) return E_POINTER;
-  if (direction == 0 && InputFormatSet_) {
-    *record = InputFormat_;
-    return S_OK;
-  }
-  if (direction == 1 && OutputFormatSet_) {
-    *record = OutputFormat_;
-    return S_OK;
-  }
-  return VFW_E_NOT_CONNECTED;
-}
-
-HRESULT CQxPitchs::GetSampleRate(uint32_t* value) {
-  if (!value) return E_POINTER;
-  if (!InputFormatSet_) {
-    *value = 44100;
-    return E_FAIL;
-  }
-  *value = InputFormat_.nSamplesPerSec;
-  return S_OK;
-}
-
-// ---------------------------------------------------------------------------------------------
-// Streaming
-
-HRESULT CQxPitchs::StartStreaming() {
-  StreamStart_ = StreamStop_ = 0;
-  MediaStart_ = MediaStop_ = 0;
-  PendingDiscontinuity_ = PendingSyncPoint_ = false;
-  return PrepareStream(InputFormat_);
-}
-
-HRESULT CQxPitchs::StopStreaming() {
-  ReleaseStream();
-  return S_OK;
-}
-
-HRESULT CQxPitchs::DeliverStamped(IMediaSample* out, int32_t frames) {
-  if (PendingDiscontinuity_) {
-    out->SetDiscontinuity(TRUE);
-    PendingDiscontinuity_ = false;
-  } else {
-    StreamStart_ = StreamStop_;
-    MediaStart_ = MediaStop_;
-  }
-  const DWORD rate = OutputFormat_.nSamplesPerSec;
-  const REFERENCE_TIME duration =
-      rate ? static_cast<REFERENCE_TIME>(static_cast<double>(frames) / rate * 1e7 + 0.5) : 0;
-  StreamStop_ = StreamStart_ + duration;
-  MediaStop_ = MediaStart_ + frames;
-  REFERENCE_TIME start = StreamStart_, stop = StreamStop_;
-  LONGLONG mStart = MediaStart_, mStop = MediaStop_;
-  out->SetTime(&start, &stop);
-  out->SetMediaTime(&mStart, &mStop);
-  if (PendingSyncPoint_) {
-    out->SetSyncPoint(TRUE);
-    PendingSyncPoint_ = false;
-  }
-  out->SetActualDataLength(frames * static_cast<LONG>(OutputFormat_.nBlockAlign));
-  return m_pOutput->Deliver(out);
-}
-
-HRESULT CQxPitchs::Receive(IMediaSample* sample) {
-  IMediaSample* out = nullptr;
-  HRESULT hr = m_pOutput->GetDeliveryBuffer(&out, nullptr, nullptr, 0);
-  if (FAILED(hr)) return hr;
-
-  const bool discontinuity = sample->IsDiscontinuity() == S_OK;
-  if (discontinuity) {
-    PendingDiscontinuity_ = true;
-    REFERENCE_TIME start, stop;
-    if (SUCCEEDED(sample->GetTime(&start, &stop))) {
-      StreamStart_ = start;
-      StreamStop_ = stop;
-    }
-    LONGLONG mStart, mStop;
-    if (SUCCEEDED(sample->GetMediaTime(&mStart, &mStop))) {
-      MediaStart_ = mStart;
-      MediaStop_ = mStop;
-    }
-  }
-  if (sample->IsSyncPoint() == S_OK) PendingSyncPoint_ = true;
-  if (InputFormat_.nChannels != OutputFormat_.nChannels || OutputFormat_.nChannels < 1 ||
-      OutputFormat_.nChannels > 32)
-    out->SetMediaType(&m_pOutput->CurrentMediaType());
-
-  BYTE* input = nullptr;
-  if (FAILED(sample->GetPointer(&input))) input = nullptr;
-  const LONG inAlign = InputFormat_.nBlockAlign;
-  const LONG outAlign = OutputFormat_.nBlockAlign;
-  const LONG inBytes = input ? sample->GetActualDataLength() : 0;
-  const int32_t inTotal = inAlign ? inBytes / inAlign : 0;
-  int32_t position = 0;
-  bool first = true;
-  // Configure and the anti-alias pass run on the whole block, in the upstream sample's memory.
-  hr = EngineTag(InputFormat_.wFormatTag) ? PrepareBlock(discontinuity, input, inTotal) : S_OK;
-  if (FAILED(hr)) {
-    out->Release();
-    return hr;
-  }
-  for (;;) {
-    BYTE* output = nullptr;
-    out->GetPointer(&output);
-    const int32_t outCap = outAlign && output ? out->GetSize() / outAlign : 0;
-    const int32_t inLeft = inTotal - position;
-    int32_t consumed = inLeft, produced = 0;
-    if (EngineTag(InputFormat_.wFormatTag)) {
-      produced = outCap;
-      const int32_t flag = first && discontinuity ? PitchsNewRun : PitchsContinue;
-      hr = Process(flag, input + static_cast<size_t>(position) * inAlign, &consumed, output, &produced);
-    }
-    if (FAILED(hr)) break;
-    bool delivered = false;
-    if (produced > 0) {
-      hr = DeliverStamped(out, produced);
-      delivered = true;
-      if (FAILED(hr)) break;
-    }
-    if (consumed >= inLeft) break;
-    // An output buffer too small for one frame would never let the input move on; a call that
-    // only moved audio from the intermediate buffer into the splice engine did move on.
-    if (consumed == 0 && produced == 0 && !LastCallAdvanced()) break;
-    position += consumed;
-    first = false;
-    if (delivered) {
-      out->Release();
-      out = nullptr;
-      HRESULT got = m_pOutput->GetDeliveryBuffer(&out, nullptr, nullptr, 0);
-      if (FAILED(got)) return got;
-    }
-  }
-  if (out) out->Release();
-  return hr;
-}
-
-HRESULT CQxPitchs::EndOfStream() {
-  if (!m_pOutput) return S_OK;
-  IMediaSample* out = nullptr;
-  HRESULT hr = m_pOutput->GetDeliveryBuffer(&out, nullptr, nullptr, 0);
-  if (FAILED(hr)) return hr;
-  const LONG outAlign = OutputFormat_.nBlockAlign;
-  int32_t produced = 0;
-  for (;;) {
-    // What the flush gives carries no time stamps: its place is only its order.
-    out->SetTime(nullptr, nullptr);
-    BYTE* output = nullptr;
-    out->GetPointer(&output);
-    produced = outAlign && output ? out->GetSize() / outAlign : 0;
-    if (produced == 0) break;  // a buffer that holds no frame can take nothing
-    hr = Process(PitchsFlush, nullptr, nullptr, output, &produced);
-    if (hr == S_FALSE) break;
-    if (FAILED(hr)) {
-      // Nothing more can come out; the end of stream still goes downstream.
-      produced = 0;
-      break;
-    }
-    // As in Receive, a sample with no frames is not delivered (an empty stream's first flush
-    // call gives none); the same sample serves the next call.
-    if (produced == 0) continue;
-    out->SetActualDataLength(produced * outAlign);
-    hr = m_pOutput->Deliver(out);
-    out->Release();
-    out = nullptr;
-    if (FAILED(hr)) {
-      m_pOutput->DeliverEndOfStream();
-      return hr;
-    }
-    hr = m_pOutput->GetDeliveryBuffer(&out, nullptr, nullptr, 0);
-    if (FAILED(hr)) return hr;
-  }
-  if (produced > 0) {
-    out->SetActualDataLength(produced * outAlign);
-    m_pOutput->Deliver(out);
-  }
-  out->Release();
-  return m_pOutput->DeliverEndOfStream();
-}
-
-// ---------------------------------------------------------------------------------------------
-// Persistence
-
-HRESULT CQxPitchs::Load(IStream* stream) {
-  if (!stream) return E_POINTER;
-  constexpr ULONG kHeader = QX_PERSIST_HEADER;
-  BYTE blob[kHeader] = {};
-  ULONG got = 0;
-  HRESULT hr = stream->Read(blob, kHeader, &got);
-  if (FAILED(hr)) return hr;
-  if (got != kHeader) return E_FAIL;
-  uint32_t size;
-  GUID tag;
-  std::memcpy(&size, blob, 4);
-  std::memcpy(&tag, blob + 4, 16);
-  bool known = false;
-  for (uint32_t i = 0; i < g_PitchsTables.FormCount; ++i)
-    known |= g_PitchsTables.Forms[i].Tag == tag && g_PitchsTables.Forms[i].Size == size;
-  if (!known) return E_FAIL;
+HRESULT CQxPitchs::LoadRecord(IStream* stream, const BYTE*) {
   PitchParams record{};
-  got = 0;
+  ULONG got = 0;
   const HRESULT read = stream->Read(&record, sizeof record, &got);
   // The record goes in only when it is whole; the pages hear of the load either way.
   HRESULT result = FAILED(read) ? read : got == sizeof record ? S_OK : E_FAIL;

@@ -2,7 +2,6 @@
 // and change flags, the ratio arithmetic and the musical-equivalent text.
 #include "aplugins/qxppack1/pitchtime/pitchs_transform.h"
 
-#include <atomic>
 #include <cmath>
 #include <cstdlib>
 
@@ -23,16 +22,6 @@ const QxPersistForm kPitchsForms[] = {
     {MakeGuid("ED1B4103-93BE-11D0-AEBC-00A0C9053912"), 68, 48, nullptr},
 };
 using PitchsPresetAccess = QxPresetAccess<QxPitchsPreset, g_PitchsPresets>;
-
-// Single fields are read without the lock while a setter may be writing them under it.
-template <typename T>
-T LoadField(const T& field) {
-  return std::atomic_ref<T>(const_cast<T&>(field)).load(std::memory_order_relaxed);
-}
-template <typename T>
-void StoreField(T& field, T value) {
-  std::atomic_ref<T>(field).store(value, std::memory_order_relaxed);
-}
 
 bool ValidRatio(double r) { return std::isfinite(r) && r > 0.0; }
 
@@ -136,11 +125,6 @@ HRESULT CQxPitchsTransform::SetParams(const PitchParams* record) {
   return clamped ? E_FAIL : S_OK;
 }
 
-HRESULT CQxPitchsTransform::RegisterWindow(HWND window, uint16_t command, int32_t enable) {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  return notifier_.Register(window, enable ? command : 0);
-}
-
 #define QX_PITCHS_GETTER(Name, T)                          \
   HRESULT CQxPitchsTransform::Get##Name(T* value) {        \
     if (!value) return E_POINTER;                          \
@@ -188,54 +172,3 @@ HRESULT CQxPitchsTransform::SetInitialTime(double value) {
   QX_PITCHS_STORE(InitialTime, false);
 }
 #undef QX_PITCHS_STORE
-
-HRESULT CQxPitchsTransform::SetLicenceState(int32_t value) {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  licenceState_ = value;
-  return S_OK;
-}
-
-HRESULT CQxPitchsTransform::GetLicenceState(int32_t* value) {
-  if (!value) return E_POINTER;
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  *value = licenceState_;
-  return S_OK;
-}
-
-HRESULT CQxPitchsTransform::SetLicenceFlags(int32_t value) {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  licenceFlags_ = value;
-  return S_OK;
-}
-
-HRESULT CQxPitchsTransform::GetLicenceFlags(int32_t* value) {
-  if (!value) return E_POINTER;
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  *value = licenceFlags_;
-  return S_OK;
-}
-
-void CQxPitchsTransform::Notify(uint16_t code) {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  notifier_.Notify(code);
-}
-
-bool CQxPitchsTransform::Dirty() {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  return dirty_;
-}
-
-void CQxPitchsTransform::SetDirty(bool dirty) {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  dirty_ = dirty;
-}
-
-bool CQxPitchsTransform::ChangedFlag() {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  return changed_;
-}
-
-bool CQxPitchsTransform::RebuildFlag() {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  return rebuild_;
-}

@@ -7,10 +7,10 @@
 #include <mutex>
 #include <string>
 
-#include "aplugins/qxppack1/frame/change_notifier.h"
 #include "aplugins/qxppack1/frame/persist.h"
 #include "aplugins/qxppack1/pitchtime/antialias.h"
 #include "aplugins/qxppack1/pitchtime/pitchs_prop.h"
+#include "aplugins/qxppack1/pitchtime/prop_plumbing.h"
 #include "aplugins/qxppack1/pitchtime/resampler.h"
 #include "aplugins/qxppack1/pitchtime/splice_engine.h"
 
@@ -49,16 +49,16 @@ enum QxPitchsFlag : int32_t {
   PitchsFlush = 2,     // end of stream
 };
 
-class CQxPitchsTransform : public IQxPitchsProp {
+class CQxPitchsTransform : public CQxPropPlumbing<IQxPitchsProp> {
  public:
   CQxPitchsTransform();
   CQxPitchsTransform(const CQxPitchsTransform&) = delete;
   CQxPitchsTransform& operator=(const CQxPitchsTransform&) = delete;
 
-  // IQxPitchsProp (IUnknown, GetFormat and GetSampleRate come from the filter).
+  // IQxPitchsProp (IUnknown, GetFormat and GetSampleRate come from the filter; RegisterWindow and
+  // the licence slots from the plumbing).
   HRESULT GetParams(PitchParams* record) override;
   HRESULT SetParams(const PitchParams* record) override;
-  HRESULT RegisterWindow(HWND window, uint16_t command, int32_t enable) override;
   HRESULT GetSemitones(int32_t* value) override;
   HRESULT SetSemitones(int32_t value) override;
   HRESULT GetCents(int32_t* value) override;
@@ -75,17 +75,6 @@ class CQxPitchsTransform : public IQxPitchsProp {
   HRESULT SetAntiAlias(int32_t value) override;
   HRESULT GetInitialTime(double* value) override;
   HRESULT SetInitialTime(double value) override;
-  HRESULT SetLicenceState(int32_t value) override;
-  HRESULT GetLicenceState(int32_t* value) override;
-  HRESULT SetLicenceFlags(int32_t value) override;
-  HRESULT GetLicenceFlags(int32_t* value) override;
-
-  // Posts `code` to the registered windows, under the lock.
-  void Notify(uint16_t code);
-  bool Dirty();
-  void SetDirty(bool dirty);
-  bool ChangedFlag();
-  bool RebuildFlag();
 
   // ---- DSP, streaming thread only ----
 
@@ -133,14 +122,7 @@ class CQxPitchsTransform : public IQxPitchsProp {
                            void* output, int32_t outCap, int32_t* consumed, int32_t* produced);
 
   // Parameters, under lock_.
-  std::recursive_mutex lock_;
   PitchParams params_{};
-  bool changed_ = true;
-  bool rebuild_ = true;
-  bool dirty_ = false;
-  CQxChangeNotifier notifier_;
-  int32_t licenceState_ = 0;
-  int32_t licenceFlags_ = 0;
 
   // DSP state.
   Snapshot m_snap;

@@ -2,7 +2,6 @@
 // change flags, and the snapshot the splice engine takes at each call.
 #include "aplugins/qxppack1/pitchtime/time_transform.h"
 
-#include <atomic>
 #include <cmath>
 
 const QxTimePreset g_TimePresets[] = {
@@ -26,17 +25,6 @@ const QxPersistForm kTimeForms[] = {
     {MakeGuid("5FF5B4A3-858F-11D0-AEBC-00A0C9053912"), 52, 32, TimeFromTenths},
 };
 using TimePresetAccess = QxPresetAccess<QxTimePreset, g_TimePresets>;
-
-// Single fields are read without the lock while a setter may be writing them under it; each
-// field is one aligned word, moved whole.
-template <typename T>
-T LoadField(const T& field) {
-  return std::atomic_ref<T>(const_cast<T&>(field)).load(std::memory_order_relaxed);
-}
-template <typename T>
-void StoreField(T& field, T value) {
-  std::atomic_ref<T>(field).store(value, std::memory_order_relaxed);
-}
 
 // Each clamp answers whether it had to change the value. A NaN takes the default.
 bool ClampDouble(double* v, double lo, double hi, double fallback) {
@@ -79,11 +67,6 @@ HRESULT CQxTimeTransform::SetParams(const TimeParams* record) {
   StoreField(params_.InputFormat, p.InputFormat);
   StoreField(params_.Reserved, p.Reserved);
   return clamped ? E_FAIL : S_OK;
-}
-
-HRESULT CQxTimeTransform::RegisterWindow(HWND window, uint16_t command, int32_t enable) {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  return notifier_.Register(window, enable ? command : 0);
 }
 
 HRESULT CQxTimeTransform::GetFinalLength(double* value) {
@@ -162,32 +145,6 @@ HRESULT CQxTimeTransform::SetInputFormat(int32_t value) {
   return S_OK;
 }
 
-HRESULT CQxTimeTransform::SetLicenceState(int32_t value) {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  licenceState_ = value;
-  return S_OK;
-}
-
-HRESULT CQxTimeTransform::GetLicenceState(int32_t* value) {
-  if (!value) return E_POINTER;
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  *value = licenceState_;
-  return S_OK;
-}
-
-HRESULT CQxTimeTransform::SetLicenceFlags(int32_t value) {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  licenceFlags_ = value;
-  return S_OK;
-}
-
-HRESULT CQxTimeTransform::GetLicenceFlags(int32_t* value) {
-  if (!value) return E_POINTER;
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  *value = licenceFlags_;
-  return S_OK;
-}
-
 void CQxTimeTransform::Snapshot(QxSpliceSnapshot* snapshot) {
   std::lock_guard<std::recursive_mutex> g(lock_);
   snapshot->Params.Mode = params_.Mode;
@@ -195,29 +152,4 @@ void CQxTimeTransform::Snapshot(QxSpliceSnapshot* snapshot) {
   snapshot->Changed = changed_;
   snapshot->Rebuild = rebuild_;
   changed_ = rebuild_ = false;
-}
-
-void CQxTimeTransform::Notify(uint16_t code) {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  notifier_.Notify(code);
-}
-
-bool CQxTimeTransform::Dirty() {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  return dirty_;
-}
-
-void CQxTimeTransform::SetDirty(bool dirty) {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  dirty_ = dirty;
-}
-
-bool CQxTimeTransform::ChangedFlag() {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  return changed_;
-}
-
-bool CQxTimeTransform::RebuildFlag() {
-  std::lock_guard<std::recursive_mutex> g(lock_);
-  return rebuild_;
 }

@@ -1,10 +1,8 @@
 // CQxTimeTransform: Time Stretch's parameters, change flags and notification windows around the
 // splice engine, and the IQxTimeProp setters and getters. Host-neutral apart from the windows.
 #pragma once
-#include <mutex>
-
-#include "aplugins/qxppack1/frame/change_notifier.h"
 #include "aplugins/qxppack1/frame/persist.h"
+#include "aplugins/qxppack1/pitchtime/prop_plumbing.h"
 #include "aplugins/qxppack1/pitchtime/splice_engine.h"
 #include "aplugins/qxppack1/pitchtime/time_prop.h"
 
@@ -21,16 +19,16 @@ extern const QxEffectTables g_TimeTables;
 // Stretch ratio (output over input length) of a FinalLength.
 inline double QxTime_Ratio(double finalLength) { return finalLength / 10000.0; }
 
-class CQxTimeTransform : public IQxTimeProp, public IQxSpliceParamSource {
+class CQxTimeTransform : public CQxPropPlumbing<IQxTimeProp>, public IQxSpliceParamSource {
  public:
   CQxTimeTransform();
   CQxTimeTransform(const CQxTimeTransform&) = delete;
   CQxTimeTransform& operator=(const CQxTimeTransform&) = delete;
 
-  // IQxTimeProp (IUnknown, GetFormat and GetSampleRate come from the filter).
+  // IQxTimeProp (IUnknown, GetFormat and GetSampleRate come from the filter; RegisterWindow and the
+  // licence slots from the plumbing).
   HRESULT GetParams(TimeParams* record) override;
   HRESULT SetParams(const TimeParams* record) override;
-  HRESULT RegisterWindow(HWND window, uint16_t command, int32_t enable) override;
   HRESULT GetFinalLength(double* value) override;
   HRESULT SetFinalLength(double value) override;
   HRESULT GetMode(int32_t* value) override;
@@ -41,32 +39,13 @@ class CQxTimeTransform : public IQxTimeProp, public IQxSpliceParamSource {
   HRESULT SetInitialTime(double value) override;
   HRESULT GetInputFormat(int32_t* value) override;
   HRESULT SetInputFormat(int32_t value) override;
-  HRESULT SetLicenceState(int32_t value) override;
-  HRESULT GetLicenceState(int32_t* value) override;
-  HRESULT SetLicenceFlags(int32_t value) override;
-  HRESULT GetLicenceFlags(int32_t* value) override;
 
   // IQxSpliceParamSource: Mode and ratio under the lock; reads and clears changed and rebuild.
   void Snapshot(QxSpliceSnapshot* snapshot) override;
 
-  // Posts `code` to the registered windows, under the lock.
-  void Notify(uint16_t code);
-  bool Dirty();
-  void SetDirty(bool dirty);
-
-  // Flags as the engine will next see them (for tests).
-  bool ChangedFlag();
-  bool RebuildFlag();
   CQxSpliceEngine& Engine() { return engine_; }
 
  private:
-  std::recursive_mutex lock_;
   TimeParams params_{};
-  bool changed_ = true;
-  bool rebuild_ = true;
-  bool dirty_ = false;
-  CQxChangeNotifier notifier_;
-  int32_t licenceState_ = 0;
-  int32_t licenceFlags_ = 0;
   CQxSpliceEngine engine_{this};
 };
