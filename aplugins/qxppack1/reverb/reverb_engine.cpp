@@ -412,6 +412,71 @@ void CQxReverbEngine::RunChannels(typename Form::Sample* buf, uint32_t channels,
   }
 }
 
+namespace {
+// The part of the stereo network both forms share: each side's pre-delay ring, the early taps
+// reading both sides' rings summed and panned, and the output mix. Both sides' pre-delay rings have
+// one length and one position, and so do their early rings.
+struct StereoOutput {
+  double* pdL;
+  double* pdR;
+  size_t pdLen, pd;
+  double* eL;
+  double* eR;
+  size_t N, i0, i1, iw;
+  double gl0, gl1, gl2, gr0, gr1, gr2, eog, rog, dog;
+
+  StereoOutput(const ReverbChannel& c0, const ReverbChannel& c1, const double (&earlyGain)[3][2], double earlyOut,
+               double reverbOut, double dryOut)
+      : pdL(c0.preDelay.base),
+        pdR(c1.preDelay.base),
+        pdLen(Offset(c0.preDelay.end, pdL)),
+        pd(Offset(c0.preDelay.cursor, pdL)),
+        eL(c0.early.base),
+        eR(c1.early.base),
+        N(Offset(c0.early.end, eL)),
+        i0(Offset(c0.early.tap0, eL)),
+        i1(Offset(c0.early.tap1, eL)),
+        iw(Offset(c0.early.writer, eL)),
+        gl0(earlyGain[0][0]), gl1(earlyGain[1][0]), gl2(earlyGain[2][0]),
+        gr0(earlyGain[0][1]), gr1(earlyGain[1][1]), gr2(earlyGain[2][1]),
+        eog(earlyOut), rog(reverbOut), dog(dryOut) {}
+
+  // One frame: the two reverb sums enter the pre-delay, the frame's two samples are written out.
+  template <class Form>
+  inline __attribute__((always_inline)) void Step(double sumL, double sumR, double xL, double xR,
+                                                  typename Form::Sample* frame) {
+    pdL[pd] = sumL;
+    pdR[pd] = sumR;
+    if (++pd == pdLen) pd = 0;
+    const double rvL = pdL[pd], rvR = pdR[pd];
+
+    const double e0 = eL[i0] + eR[i0], e1 = eL[i1] + eR[i1], e2 = eL[iw] + eR[iw];
+    const double earlyL = e0 * gl0 + e1 * gl1 + e2 * gl2;
+    const double earlyR = e0 * gr0 + e1 * gr1 + e2 * gr2;
+    const double outL = earlyL * eog + rvL * rog + xL * dog;
+    const double outR = earlyR * eog + rvR * rog + xR * dog;
+    eL[iw] = xL;
+    eR[iw] = xR;
+    if (++i0 == N) i0 = 0;
+    if (++i1 == N) i1 = 0;
+    if (++iw == N) iw = 0;
+    frame[0] = Form::Write(outL);
+    frame[1] = Form::Write(outR);
+  }
+
+  void Save(ReverbChannel& c0, ReverbChannel& c1) const {
+    c0.preDelay.cursor = pdL + pd;
+    c1.preDelay.cursor = pdR + pd;
+    c0.early.tap0 = eL + i0;
+    c0.early.tap1 = eL + i1;
+    c0.early.writer = eL + iw;
+    c1.early.tap0 = eR + i0;
+    c1.early.tap1 = eR + i1;
+    c1.early.writer = eR + iw;
+  }
+};
+}  // namespace
+
 // Stereo, plain form: the reverb is fed by the mono sum; combs from 2 on are shared, combs 0 and 1
 // are each side's own; the early taps read both sides' rings summed and pan them.
 template <class Form, bool Bass>
@@ -423,21 +488,9 @@ void CQxReverbEngine::RunStereoPlain(typename Form::Sample* buf, uint32_t count)
   for (int k = 2; k < combCount_; ++k) shared[ns++] = Load(c0.comb[k]);
   CombRun l0 = Load(c0.comb[0]), l1 = Load(c0.comb[1]), r0 = Load(c1.comb[0]), r1 = Load(c1.comb[1]);
   const double B = poleB_, A = poleA_, ig = inputGain_;
-  const double eog = earlyOutGain_, rog = reverbOutGain_, dog = dryOutGain_;
-  const double gl0 = earlyGain_[0][0], gl1 = earlyGain_[1][0], gl2 = earlyGain_[2][0];
-  const double gr0 = earlyGain_[0][1], gr1 = earlyGain_[1][1], gr2 = earlyGain_[2][1];
   double in = c0.inState;
   BassFilter bf = c0.bass;
-
-  // Both sides' pre-delay rings have one length and one position, and so do their early rings.
-  double* const pdL = c0.preDelay.base;
-  double* const pdR = c1.preDelay.base;
-  const size_t pdLen = Offset(c0.preDelay.end, pdL);
-  size_t pd = Offset(c0.preDelay.cursor, pdL);
-  double* const eL = c0.early.base;
-  double* const eR = c1.early.base;
-  const size_t N = Offset(c0.early.end, eL);
-  size_t i0 = Offset(c0.early.tap0, eL), i1 = Offset(c0.early.tap1, eL), iw = Offset(c0.early.writer, eL);
+  StereoOutput out(c0, c1, earlyGain_, earlyOutGain_, reverbOutGain_, dryOutGain_);
 
   for (uint32_t i = 0; i < count; ++i) {
     const double xL = ig * Form::Read(buf[2 * size_t{i}]);
@@ -459,23 +512,7 @@ void CQxReverbEngine::RunStereoPlain(typename Form::Sample* buf, uint32_t count)
     CombStepPlain(r0, v, sumR, B, A);
     CombStepPlain(r1, v, sumR, B, A);
 
-    pdL[pd] = sumL;
-    pdR[pd] = sumR;
-    if (++pd == pdLen) pd = 0;
-    const double rvL = pdL[pd], rvR = pdR[pd];
-
-    const double e0 = eL[i0] + eR[i0], e1 = eL[i1] + eR[i1], e2 = eL[iw] + eR[iw];
-    const double earlyL = e0 * gl0 + e1 * gl1 + e2 * gl2;
-    const double earlyR = e0 * gr0 + e1 * gr1 + e2 * gr2;
-    const double outL = earlyL * eog + rvL * rog + xL * dog;
-    const double outR = earlyR * eog + rvR * rog + xR * dog;
-    eL[iw] = xL;
-    eR[iw] = xR;
-    if (++i0 == N) i0 = 0;
-    if (++i1 == N) i1 = 0;
-    if (++iw == N) iw = 0;
-    buf[2 * size_t{i}] = Form::Write(outL);
-    buf[2 * size_t{i} + 1] = Form::Write(outR);
+    out.Step<Form>(sumL, sumR, xL, xR, buf + 2 * size_t{i});
   }
 
   c0.inState = in;
@@ -487,14 +524,7 @@ void CQxReverbEngine::RunStereoPlain(typename Form::Sample* buf, uint32_t count)
   Store(c0.comb[1], l1);
   Store(c1.comb[0], r0);
   Store(c1.comb[1], r1);
-  c0.preDelay.cursor = pdL + pd;
-  c1.preDelay.cursor = pdR + pd;
-  c0.early.tap0 = eL + i0;
-  c0.early.tap1 = eL + i1;
-  c0.early.writer = eL + iw;
-  c1.early.tap0 = eR + i0;
-  c1.early.tap1 = eR + i1;
-  c1.early.writer = eR + iw;
+  out.Save(c0, c1);
 }
 
 // Stereo, fast form: the same network in full double precision with no flushes (the processor's
@@ -515,20 +545,9 @@ void CQxReverbEngine::RunStereoFast(typename Form::Sample* buf, uint32_t count) 
 
   const double B = poleB_, A = poleA_, ig = inputGain_;
   const V2 Bv = {B, B}, Av = {A, A};
-  const double eog = earlyOutGain_, rog = reverbOutGain_, dog = dryOutGain_;
-  const double gl0 = earlyGain_[0][0], gl1 = earlyGain_[1][0], gl2 = earlyGain_[2][0];
-  const double gr0 = earlyGain_[0][1], gr1 = earlyGain_[1][1], gr2 = earlyGain_[2][1];
   double in = c0.inState;
   BassFilter bf = c0.bass;
-
-  double* const pdL = c0.preDelay.base;
-  double* const pdR = c1.preDelay.base;
-  const size_t pdLen = Offset(c0.preDelay.end, pdL);
-  size_t pd = Offset(c0.preDelay.cursor, pdL);
-  double* const eL = c0.early.base;
-  double* const eR = c1.early.base;
-  const size_t N = Offset(c0.early.end, eL);
-  size_t i0 = Offset(c0.early.tap0, eL), i1 = Offset(c0.early.tap1, eL), iw = Offset(c0.early.writer, eL);
+  StereoOutput out(c0, c1, earlyGain_, earlyOutGain_, reverbOutGain_, dryOutGain_);
 
   for (uint32_t i = 0; i < count; ++i) {
     const double xL = ig * Form::Read(buf[2 * size_t{i}]);
@@ -551,23 +570,7 @@ void CQxReverbEngine::RunStereoFast(typename Form::Sample* buf, uint32_t count) 
     PairStep(p0, vv, sum, Bv, Av);
     PairStep(p1, vv, sum, Bv, Av);
 
-    pdL[pd] = sum[0];
-    pdR[pd] = sum[1];
-    if (++pd == pdLen) pd = 0;
-    const double rvL = pdL[pd], rvR = pdR[pd];
-
-    const double e0 = eL[i0] + eR[i0], e1 = eL[i1] + eR[i1], e2 = eL[iw] + eR[iw];
-    const double earlyL = e0 * gl0 + e1 * gl1 + e2 * gl2;
-    const double earlyR = e0 * gr0 + e1 * gr1 + e2 * gr2;
-    const double outL = earlyL * eog + rvL * rog + xL * dog;
-    const double outR = earlyR * eog + rvR * rog + xR * dog;
-    eL[iw] = xL;
-    eR[iw] = xR;
-    if (++i0 == N) i0 = 0;
-    if (++i1 == N) i1 = 0;
-    if (++iw == N) iw = 0;
-    buf[2 * size_t{i}] = Form::Write(outL);
-    buf[2 * size_t{i} + 1] = Form::Write(outR);
+    out.Step<Form>(sum[0], sum[1], xL, xR, buf + 2 * size_t{i});
   }
 
   c0.inState = in;
@@ -578,14 +581,7 @@ void CQxReverbEngine::RunStereoFast(typename Form::Sample* buf, uint32_t count) 
   if (odd) Store(c0.comb[k], single);
   StorePair(c0.comb[0], c1.comb[0], p0);
   StorePair(c0.comb[1], c1.comb[1], p1);
-  c0.preDelay.cursor = pdL + pd;
-  c1.preDelay.cursor = pdR + pd;
-  c0.early.tap0 = eL + i0;
-  c0.early.tap1 = eL + i1;
-  c0.early.writer = eL + iw;
-  c1.early.tap0 = eR + i0;
-  c1.early.tap1 = eR + i1;
-  c1.early.writer = eR + iw;
+  out.Save(c0, c1);
 }
 
 // Any channel count but 2: each channel on its own lines, no mono sum, all combs summed, the
