@@ -19,6 +19,11 @@ using LPCWSTR = const WCHAR*;
 using LPVOID = void*;
 using REFERENCE_TIME = int64_t;  // 100-nanosecond units
 
+// A window handle: opaque, never dereferenced. Control interfaces carry it without needing the
+// window layer.
+struct HWND__;
+using HWND = HWND__*;
+
 #ifndef TRUE
 #define TRUE 1
 #define FALSE 0

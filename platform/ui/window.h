@@ -5,8 +5,6 @@
 
 #include "platform/com/types.h"
 
-struct HWND__;
-using HWND = HWND__*;  // opaque: never dereferenced, only looked up
 using WPARAM = uintptr_t;
 using LPARAM = intptr_t;
 using LRESULT = intptr_t;

@@ -4,7 +4,7 @@
 #include "aplugins/qxppack1/delay/chorus_params.h"
 #include "platform/com/unknown.h"
 #include "platform/com/wave_format.h"
-#include "platform/ui/window.h"
+#include "platform/com/types.h"
 
 inline constexpr IID IID_IQxChorusProp2 = MakeGuid("039BE819-E0BB-40F6-9F59-0EE935FF0D74");
 

@@ -4,7 +4,7 @@
 #include "aplugins/qxppack1/delay/echomt_params.h"
 #include "platform/com/unknown.h"
 #include "platform/com/wave_format.h"
-#include "platform/ui/window.h"
+#include "platform/com/types.h"
 
 inline constexpr IID IID_IQxEchomtProp = MakeGuid("7298A3E2-78EE-11D0-AEBC-00A0C9053912");
 

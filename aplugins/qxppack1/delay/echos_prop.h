@@ -3,7 +3,7 @@
 #include "aplugins/qxppack1/delay/echos_params.h"
 #include "platform/com/unknown.h"
 #include "platform/com/wave_format.h"
-#include "platform/ui/window.h"
+#include "platform/com/types.h"
 
 inline constexpr IID IID_IQxEchosProp2 = MakeGuid("9ACB0B09-C5DB-4431-BD64-741BDDA71AE2");
 

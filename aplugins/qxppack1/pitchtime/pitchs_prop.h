@@ -6,7 +6,7 @@
 
 #include "platform/com/unknown.h"
 #include "platform/com/wave_format.h"
-#include "platform/ui/window.h"
+#include "platform/com/types.h"
 
 // The control interface shares its identifier with the persistent form, as Time Stretch's does.
 inline constexpr IID IID_IQxPitchsProp = MakeGuid("ED1B4103-93BE-11D0-AEBC-00A0C9053912");

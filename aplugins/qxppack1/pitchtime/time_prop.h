@@ -6,7 +6,7 @@
 
 #include "platform/com/unknown.h"
 #include "platform/com/wave_format.h"
-#include "platform/ui/window.h"
+#include "platform/com/types.h"
 
 // The control interface shares its identifier with the current persistent form, as Simple Delay's
 // does.

@@ -3,7 +3,7 @@
 #include "aplugins/qxppack1/reverb/reverb_params.h"
 #include "platform/com/unknown.h"
 #include "platform/com/wave_format.h"
-#include "platform/ui/window.h"
+#include "platform/com/types.h"
 
 // The interface's identifier is also the tag of the record's current persistent form.
 inline constexpr IID IID_IQxReverbProp2 = QX_REVERB_TAG_CURRENT;
