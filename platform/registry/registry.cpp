@@ -37,12 +37,16 @@ namespace {
 
 // --- errors ----------------------------------------------------------------------------------
 
-thread_local std::string t_lastError;
+// Plain buffers: a thread-local with a destructor would keep a module that calls the registry from
+// ever being unloaded while the calling thread lives.
+thread_local char t_lastError[512];
 thread_local LONG t_lastCode = ERROR_SUCCESS;
 
-LONG Fail(LONG code, std::string message) {
+LONG Fail(LONG code, const std::string& message) {
   t_lastCode = code;
-  t_lastError = std::move(message);
+  const size_t n = std::min(message.size(), sizeof t_lastError - 1);
+  std::memcpy(t_lastError, message.data(), n);
+  t_lastError[n] = 0;
   return code;
 }
 
@@ -883,6 +887,6 @@ LONG RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD cchName, LPDWORD,
   });
 }
 
-const char* QxRegistry_LastError() { return t_lastError.c_str(); }
+const char* QxRegistry_LastError() { return t_lastError; }
 LONG QxRegistry_LastErrorCode() { return t_lastCode; }
 std::string QxRegistry_FilePath() { return ResolvePath(); }

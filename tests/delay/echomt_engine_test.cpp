@@ -12,21 +12,9 @@
 #include <vector>
 
 #include "aplugins/qxppack1/frame/sample_form.h"
+#include "tests/support/formats.h"
 
 namespace {
-
-template <class F>
-WAVEFORMATEX FormatOf(WORD channels, DWORD rate) {
-  using S = typename F::Sample;
-  WAVEFORMATEX f{};
-  f.wFormatTag = std::is_floating_point_v<S> ? 3 : 1;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = sizeof(S) * 8;
-  f.nBlockAlign = static_cast<WORD>(sizeof(S) * channels);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
-}
 
 // One tap of `ms` at full gain, wet 0 dB, dry silent, nothing else.
 EchomtParams OneTap(int ms, int gain = 100, int feedback = 0) {
@@ -620,16 +608,4 @@ TEST(EchomtRecord, OutOfRangeFieldsAreClampedStoredAndReportedWithFail) {
   EXPECT_FALSE(e.Dirty());
   e.SetField(ECHOMT_CURRENT_TAP, 5);
   EXPECT_TRUE(e.Dirty());
-}
-
-TEST(EchomtRecord, PresetsAreInRangeAndTheFirstTwoAreTheDefaults) {
-  ASSERT_EQ(g_EchomtPresetCount, 26u);
-  CQxEchomtEngine e;
-  for (uint32_t i = 0; i < g_EchomtPresetCount; ++i)
-    EXPECT_EQ(e.SetParams(g_EchomtPresets[i].Params), S_OK) << i;
-  for (int i : {0, 1})
-    EXPECT_EQ(std::memcmp(&g_EchomtPresets[i].Params, &QX_ECHOMT_DEFAULTS, sizeof(EchomtParams)), 0);
-  EXPECT_EQ(std::u16string(g_EchomtPresets[22].Name), u"Tapped delay 1");
-  EXPECT_EQ(g_EchomtPresets[22].Params.tapDelay[7], 500);
-  EXPECT_EQ(g_EchomtPresets[25].Params.tapCount, 2);
 }

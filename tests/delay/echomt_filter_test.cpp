@@ -64,47 +64,6 @@ TEST(EchomtFilter, StartsFromRowZeroAndItsSetsReachTheRightFields) {
   f->NonDelegatingRelease();
 }
 
-TEST(EchomtFilter, RecordPersistsAs160BytesAndTheTwentySixPresetsLoad) {
-  CQxEchomt* f = NewEffect<CQxEchomt>();
-  ComPtr<IPersistStream> persist;
-  ComPtr<IStaticFilterPreset> presets;
-  ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IPersistStream, persist.PutVoid()), S_OK);
-  ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IStaticFilterPreset, presets.PutVoid()), S_OK);
-  ULARGE_INTEGER size{};
-  persist->GetSizeMax(&size);
-  EXPECT_EQ(size.QuadPart, 160u);
-  LONG count = 0;
-  presets->GetPresetCount(&count);
-  EXPECT_EQ(count, 26);
-  EXPECT_EQ(presets->LoadPreset(26), E_INVALIDARG);
-  WCHAR name[64];
-  ASSERT_EQ(presets->GetPresetName(22, name), S_OK);
-  EXPECT_EQ(std::u16string(name), u"Tapped delay 1");
-
-  ASSERT_EQ(presets->LoadPreset(22), S_OK);
-  ComPtr<IStream> out(CMemoryStream::Create(), false);
-  ASSERT_EQ(persist->Save(out.Get(), TRUE), S_OK);
-  std::vector<BYTE> bytes = static_cast<CMemoryStream*>(out.Get())->Bytes();
-  ASSERT_EQ(bytes.size(), 160u);
-  uint32_t total;
-  GUID tag;
-  std::memcpy(&total, bytes.data(), 4);
-  std::memcpy(&tag, bytes.data() + 4, 16);
-  EXPECT_EQ(total, 160u);
-  EXPECT_EQ(tag, QX_ECHOMT_PERSIST_TAG);
-  EXPECT_EQ(std::memcmp(bytes.data() + 20, &g_EchomtPresets[22].Params, 140), 0);
-
-  presets->LoadPreset(0);
-  ComPtr<IStream> in(CMemoryStream::Create(bytes), false);
-  ASSERT_EQ(persist->Load(in.Get()), S_OK);
-  EchomtParams p{};
-  f->GetAllParameters(&p);
-  EXPECT_EQ(std::memcmp(&p, &g_EchomtPresets[22].Params, sizeof p), 0);
-  persist.Reset();
-  presets.Reset();
-  f->NonDelegatingRelease();
-}
-
 TEST(EchomtFilter, StereoEchoesThroughTheGraphAndTheTailIsOneLineLong) {
   WAVEFORMATEX fmt = PlainFormat(1, 2, 16, 1000);
   EchomtParams p = OneTap(10);

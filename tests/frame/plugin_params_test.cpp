@@ -7,9 +7,25 @@
 #include <vector>
 
 #include "aplugins/qxppack1/delay/echos_transform.h"
+#include "aplugins/qxppack1/pages/string_table.h"
+#include "kernel/services/qx_lang.h"
 #include "platform/com/task_mem.h"
 
 namespace {
+// The texts come from the module's string table through the kernel, as after the module's start.
+struct Strings : ::testing::Environment {
+  HMODULE module = QxResources_CreateModule(nullptr);
+  void SetUp() override {
+    QxPack_AddStrings(module);
+    QxLang_OpenKernelHandle(module, 0x409, 0);
+  }
+  void TearDown() override {
+    QxLang_CloseKernelHandle();
+    QxResources_FreeModule(module);
+  }
+};
+const auto* g_strings = ::testing::AddGlobalTestEnvironment(new Strings);
+
 class Params : public CQxPlugInParams {
  public:
   Params() : CQxPlugInParams(g_EchosParamInfo, ECHOS_PARAM_COUNT) { SetRate(44100); }

@@ -5,6 +5,8 @@ qxfx=$1
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
+# Names in English unless asked otherwise, and a registry of the test's own.
+export LC_ALL=C QX_REGISTRY_FILE="$work/registry"
 fails=0 passes=0
 ok() { passes=$((passes + 1)); }
 bad() { echo "FAIL: $*"; fails=$((fails + 1)); }
@@ -25,6 +27,13 @@ expect_ok "save state" "$qxfx" process -q in.wav b.wav simple-delay --preset 4 -
 expect_ok "load state" "$qxfx" process -q in.wav c.wav simple-delay --load-state s.qxs
 cmp -s b.wav c.wav && ok || bad "state round trip differs"
 
+# A synced quarter note follows --tempo (0.4 s at 150 bpm), else the 2 s of no host; the tail of
+# a single echo is one delay long.
+for case in "--tempo 150:8.400" ":10.000"; do
+  expect_ok "tempo ${case%%:*}" "$qxfx" process -q in.wav t.wav simple-delay --preset 3 --set TempoSyncDelay=1 ${case%%:*}
+  [ "$("$qxfx" info t.wav | sed -E 's/.*\(([0-9.]+) s\).*/\1/')" = "${case##*:}" ] && ok || bad "tempo echo: $("$qxfx" info t.wav)"
+done
+
 # Garbage, truncated and foreign state files are reported, never crash, and leave no output.
 head -c 30 in.wav > garbage.qxs
 head -c 40 s.qxs > short.qxs
@@ -38,6 +47,16 @@ expect_fail "missing state" "cannot read the state file" "$qxfx" process in.wav 
 # Presets and parameters are listed from the effect itself.
 "$qxfx" presets simple-delay | grep -q "4  Grand Canyon" && ok || bad "presets listing"
 "$qxfx" params simple-delay --json | grep -q '"label": "Dry Out", "unit": "dB"' && ok || bad "params json"
+# Names follow the language: asked for, or stored with qxfx lang for later runs.
+"$qxfx" presets reverb --lang 1031 | grep -q "3  Kathedrale" && ok || bad "German presets"
+"$qxfx" params chorus --lang 0x407 | grep -q "Modulationsrate" && ok || bad "German labels"
+"$qxfx" lang | grep -q "1033 (0x0409), from the environment" && ok || bad "no stored language: $("$qxfx" lang)"
+expect_ok "store language" "$qxfx" lang 1031
+"$qxfx" lang | grep -q "1031 (0x0407), stored" && ok || bad "stored language: $("$qxfx" lang)"
+"$qxfx" presets reverb | grep -q "3  Kathedrale" && ok || bad "stored language at start-up"
+expect_ok "clear language" "$qxfx" lang 0
+"$qxfx" presets reverb | grep -q "3  Cathedral" && ok || bad "environment language again"
+expect_fail "bad language" "language identifier" "$qxfx" lang german
 expect_fail "unknown preset" "did you mean 'Grand Canyon'" "$qxfx" process in.wav d.wav simple-delay --preset "grand canyn"
 expect_fail "preset index" "0 to 6" "$qxfx" process in.wav d.wav simple-delay --preset 7
 

@@ -14,23 +14,11 @@
 #include <vector>
 
 #include "aplugins/qxppack1/frame/sample_form.h"
+#include "tests/support/formats.h"
 #include "kernel/services/qx_cpu.h"
 #include "tests/reverb/reverb_reference.h"
 
 namespace {
-
-template <class F>
-WAVEFORMATEX FormatOf(WORD channels, DWORD rate) {
-  using S = typename F::Sample;
-  WAVEFORMATEX f{};
-  f.wFormatTag = std::is_floating_point_v<S> ? 3 : 1;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = sizeof(S) * 8;
-  f.nBlockAlign = static_cast<WORD>(sizeof(S) * channels);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
-}
 
 ReverbParams Preset(int row) { return g_ReverbPresets[row].Params; }
 
@@ -126,26 +114,6 @@ void ExpectMatchesReference(WORD channels) {
 }
 
 }  // namespace
-
-TEST(ReverbTables, RowsPresetsAndEnumListsAreComplete) {
-  EXPECT_EQ(g_ReverbModes[1].combs, 8);
-  EXPECT_EQ(g_ReverbModes[7].combs, 9);
-  EXPECT_EQ(g_ReverbModes[15].combs, 9);
-  EXPECT_EQ(g_ReverbModes[16].combs, 9);
-  EXPECT_EQ(g_ReverbModes[6].delayMs[6], 3901.707);
-  EXPECT_EQ(g_ReflectionStyles[2].gain[0], -47);
-  EXPECT_EQ(g_ReverbPresetCount, 13u);
-  EXPECT_EQ(g_ReverbPresets[13].Name, nullptr);
-  for (int r = 1; r <= 2; ++r)  // rows 0 to 2 are the same record
-    EXPECT_EQ(std::memcmp(&g_ReverbPresets[r].Params, &g_ReverbPresets[0].Params, sizeof(ReverbParams)), 0);
-  auto items = [](const WCHAR* s) {
-    int n = 1;
-    for (; *s; ++s) n += *s == u',';
-    return n;
-  };
-  EXPECT_EQ(items(g_ReverbModeEnumText), QX_REVERB_MODE_COUNT);
-  EXPECT_EQ(items(g_ReflectionStyleEnumText), QX_REFLECTION_STYLE_COUNT);
-}
 
 TEST(ReverbTaps, TwoCompareAndSwapsMoveGainsWithTapsAndLeaveTheLastLongest) {
   int32_t taps[3] = {30, 20, 10};

@@ -19,21 +19,6 @@ struct Rig : EffectRig<CQxReverb> {
 };
 }  // namespace
 
-TEST(ReverbFilter, ConstructionLoadsTheDefaultRowAndAnswersTheControlInterface) {
-  CQxReverb* f = NewEffect<CQxReverb>();
-  ReverbParams p{};
-  EXPECT_EQ(f->GetParams(&p), S_OK);
-  EXPECT_TRUE(Same(p, g_ReverbPresets[0].Params));
-  EXPECT_TRUE(f->PageDirty());
-  EXPECT_TRUE(f->Engine().NeedsRebuild());
-  ComPtr<IQxReverbProp2> prop;
-  EXPECT_EQ(f->NonDelegatingQueryInterface(IID_IQxReverbProp2, prop.PutVoid()), S_OK);
-  WAVEFORMATEX w{};
-  EXPECT_EQ(prop->GetFormat(&w), VFW_E_NOT_CONNECTED);
-  prop.Reset();
-  f->NonDelegatingRelease();
-}
-
 TEST(ReverbFilter, SettersClampMarkOnlyRealChangesAndAskForARebuildWhereRingsDependOnThem) {
   CQxReverb* f = NewEffect<CQxReverb>();
   f->Snapshot();  // clears the change flag
@@ -134,28 +119,8 @@ TEST(ReverbFilter, PersistentFormsLoadByTagAndSizeAndTheOldestOneLoadsWithBypass
   f->GetParams(&p);
   EXPECT_TRUE(Same(p, sewer));
 
-  // Save writes the current form: 68 bytes under the interface's own identifier.
-  CMemoryStream* saved = CMemoryStream::Create();
-  EXPECT_EQ(persist->Save(saved, TRUE), S_OK);
-  const std::vector<BYTE> want = PersistFrame(QX_REVERB_TAG_CURRENT, 68, &sewer, 48);
-  EXPECT_EQ(saved->Bytes(), want);
-  saved->Release();
-  ULARGE_INTEGER max{};
-  persist->GetSizeMax(&max);
-  EXPECT_EQ(max.QuadPart, 68u);
-
-  ComPtr<IStaticFilterPreset> presets;
-  ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IStaticFilterPreset, presets.PutVoid()), S_OK);
-  LONG count = 0;
-  presets->GetPresetCount(&count);
-  EXPECT_EQ(count, 13);
-  EXPECT_EQ(presets->LoadPreset(13), E_INVALIDARG);
-  EXPECT_EQ(presets->LoadPreset(12), S_OK);
-  f->GetParams(&p);
-  EXPECT_TRUE(Same(p, g_ReverbPresets[12].Params));
   DestroyWindow(w);
   persist.Reset();
-  presets.Reset();
   f->NonDelegatingRelease();
 }
 

@@ -13,18 +13,7 @@
 #include "platform/com/wave_format.h"
 #include "platform/mediagraph/endpoints.h"
 #include "platform/ui/window.h"
-
-// A plain wave format with its alignment and byte rate worked out.
-inline WAVEFORMATEX PlainFormat(WORD tag, WORD channels, WORD bits, DWORD rate = 8000) {
-  WAVEFORMATEX f{};
-  f.wFormatTag = tag;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = bits;
-  f.nBlockAlign = static_cast<WORD>(channels * bits / 8);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
-}
+#include "tests/support/formats.h"
 
 // The extensible form of the same stream, every bit valid.
 inline WAVEFORMATEXTENSIBLE ExtensibleFormat(const GUID& sub, WORD channels, WORD bits, DWORD rate = 8000) {

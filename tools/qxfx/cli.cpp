@@ -69,15 +69,10 @@ bool ApplyEffectOption(const std::string& name, const std::string& v, QxfxEffect
   } else if (name == "--save-state") {
     e->saveState = v;
   } else if (name == "--lang") {
-    bool hex = v.rfind("0x", 0) == 0 || v.rfind("0X", 0) == 0;
-    char* end = nullptr;
-    errno = 0;
-    long id = std::strtol(hex ? v.c_str() + 2 : v.c_str(), &end, hex ? 16 : 10);
-    if (v.empty() || errno || *end || id < 0 || id > 0xFFFF) {
+    if (!QxfxParseLcid(v, &e->lang)) {
       *error = "--lang takes a language identifier such as 1033 or 0x409, not '" + v + "'";
       return false;
     }
-    e->lang = id;
   } else if (name == "--tempo-map") {
     e->tempoMap = v;
   } else if (name == "--tempo") {
@@ -114,6 +109,18 @@ bool ApplyEffectOption(const std::string& name, const std::string& v, QxfxEffect
   return true;
 }
 }  // namespace
+
+bool QxfxParseLcid(const std::string& v, long* lcid) {
+  const bool hex = v.rfind("0x", 0) == 0 || v.rfind("0X", 0) == 0;
+  const char* digits = hex ? v.c_str() + 2 : v.c_str();
+  if (!*digits || *digits == '-' || *digits == '+') return false;
+  char* end = nullptr;
+  errno = 0;
+  const long id = std::strtol(digits, &end, hex ? 16 : 10);
+  if (errno || *end || id < 0 || id > 0xFFFF) return false;
+  *lcid = id;
+  return true;
+}
 
 bool QxfxIsEffectName(const std::string& word) { return QxfxFindEffect(word) != nullptr; }
 

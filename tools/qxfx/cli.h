@@ -70,3 +70,5 @@ struct QxfxCommandLine : QxfxEffectArgs {
 bool QxfxParse(int argc, char** argv, QxfxCommandLine* out, std::string* error);
 // True for a name qxfx knows as an effect (used to find the effect among a batch's inputs).
 bool QxfxIsEffectName(const std::string& word);
+// A language identifier, decimal or hex with 0x, from 0 to 0xFFFF.
+bool QxfxParseLcid(const std::string& text, long* lcid);

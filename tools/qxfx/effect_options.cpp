@@ -34,6 +34,14 @@ std::string Narrow(const WCHAR* s) {
   return r;
 }
 
+// Pads UTF-8 text with spaces to `width` characters, so that columns line up in any language.
+std::string Pad(std::string s, size_t width) {
+  size_t chars = 0;
+  for (unsigned char c : s) chars += (c & 0xC0) != 0x80;
+  if (chars < width) s.append(width - chars, ' ');
+  return s;
+}
+
 std::string Lower(std::string s) {
   std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return std::tolower(c); });
   return s;
@@ -395,9 +403,9 @@ void QxfxPrintParams(IUnknown* filter, const QxfxEffect& effect, bool json) {
       std::printf("}");
       continue;
     }
-    std::printf("%2u  %-32s %-4s %-5s %9g .. %-9g neutral %-7g curves %s\n", i, Narrow(pi.szLabel).c_str(),
-                Narrow(pi.szUnitText).c_str(), type.c_str(), pi.mpdMinValue, pi.mpdMaxValue, pi.mpdNeutralValue,
-                curves.c_str());
+    std::printf("%2u  %s %s %-5s %9g .. %-9g neutral %-7g curves %s\n", i, Pad(Narrow(pi.szLabel), 32).c_str(),
+                Pad(Narrow(pi.szUnitText), 4).c_str(), type.c_str(), pi.mpdMinValue, pi.mpdMaxValue,
+                pi.mpdNeutralValue, curves.c_str());
     for (size_t k = 0; k < enums.size(); ++k) std::printf("      %2zu  %s\n", k, enums[k].c_str());
   }
   if (json) std::printf("%s]\n", count ? "" : "[");

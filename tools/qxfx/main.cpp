@@ -41,8 +41,10 @@ void Usage(FILE* to) {
                "  qxfx list                 the module's classes, their state and registration [--json]\n"
                "  qxfx register             register the module's classes and filters\n"
                "  qxfx unregister           remove them from the registry again\n"
-               "  qxfx presets EFFECT       the effect's presets [--json]\n"
-               "  qxfx params EFFECT        the effect's automation parameters [--json]\n"
+               "  qxfx presets EFFECT       the effect's presets [--json] [--lang LCID]\n"
+               "  qxfx params EFFECT        the effect's automation parameters [--json] [--lang LCID]\n"
+               "  qxfx lang [LCID]          the language names are shown in; with LCID, store it\n"
+               "                            (e.g. 1031 German, 0 back to the environment's)\n"
                "  qxfx help [EFFECT]        this text, or an effect's fields, defaults and presets\n"
                "  qxfx info FILE            length, form and peak level of an audio file\n"
                "\n"
@@ -141,6 +143,7 @@ int Listing(const QxfxCommandLine& cl) {
   ComPtr<IBaseFilter> filter;
   std::string error;
   if (!MakeFilter(*effect, &filter, &error)) return Fail(error);
+  if (cl.lang >= 0 && !QxfxConfigure(filter.Get(), *effect, cl, &error)) return Fail(error);
   if (cl.command == "presets")
     QxfxPrintPresets(filter.Get(), cl.json);
   else
@@ -375,6 +378,7 @@ int main(int argc, char** argv) {
   }
   if (cl.command == "list") return QxfxList(cl.json);
   if (cl.command == "register") return QxfxRegister(cl.quiet);
+  if (cl.command == "lang") return QxfxLang(cl.words, cl.quiet);
   if (cl.command == "unregister") return QxfxUnregister(cl.quiet);
   if (cl.command == "help") {
     if (cl.words.empty()) {
@@ -394,7 +398,7 @@ int main(int argc, char** argv) {
     return QxfxWriteDemoInput(cl.words[0], &error) ? 0 : Fail(error);
   }
   std::string hint = QxfxNearest(cl.command, {"process", "list", "help", "info", "presets", "params", "register",
-                                              "unregister"});
+                                              "unregister", "lang"});
   return Fail("unknown command '" + cl.command + "'" + (hint.empty() ? "" : " (did you mean '" + hint + "'?)") +
               "; qxfx --help shows them");
 }

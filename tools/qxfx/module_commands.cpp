@@ -1,12 +1,15 @@
-// The module commands of qxfx: list, register, unregister.
+// The module commands of qxfx: list, register, unregister, lang.
 // All go through the loaded module's entry points and the registry, never the module's insides.
 #include "tools/qxfx/module_commands.h"
 
 #include <cstdio>
 #include <string>
 
+#include "kernel/services/qx_kernel.h"
+#include "kernel/services/qx_lang.h"
 #include "platform/registry/registry.h"
 #include "platform/registry/utf.h"
+#include "tools/qxfx/cli.h"
 #include "tools/qxfx/effects.h"
 #include "tools/qxfx/file_graph.h"
 #include "tools/qxfx/module_loader.h"
@@ -118,3 +121,48 @@ int QxfxList(bool json) {
 
 int QxfxRegister(bool quiet) { return RunServer(false, quiet); }
 int QxfxUnregister(bool quiet) { return RunServer(true, quiet); }
+
+int QxfxLang(const std::vector<std::string>& words, bool quiet) {
+  auto show = [](DWORD lcid) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%u (0x%04X)", static_cast<unsigned>(lcid), static_cast<unsigned>(lcid));
+    return std::string(text);
+  };
+  if (words.size() > 1) {
+    std::fprintf(stderr, "qxfx: lang takes at most one LCID, e.g. qxfx lang 1031\n");
+    return 1;
+  }
+  if (words.size() == 1) {
+    long lcid = -1;
+    if (!QxfxParseLcid(words[0], &lcid)) {
+      std::fprintf(stderr, "qxfx: lang takes a language identifier such as 1031 or 0x407, not '%s'\n",
+                   words[0].c_str());
+      return 1;
+    }
+    const HRESULT hr = QxLang_SaveUserLCIDMetric(QX_KERNEL_LANG_APPLICATION, QX_KERNEL_LANG_VERSION,
+                                                 static_cast<DWORD>(lcid), TRUE);
+    if (FAILED(hr)) {
+      std::fprintf(stderr, "qxfx: cannot store the language in the registry (%s)\n", QxRegistry_LastError());
+      return 1;
+    }
+    if (!quiet) {
+      if (lcid == 0)
+        std::printf("language: the environment's from now on (%s)\n", show(QxKernel_StartLCID()).c_str());
+      else
+        std::printf("language: %s stored; the effects start in it from now on\n", show(static_cast<DWORD>(lcid)).c_str());
+    }
+    return 0;
+  }
+  DWORD stored = 0;
+  const HRESULT hr = QxLang_LoadUserLCIDMetric(QX_KERNEL_LANG_APPLICATION, QX_KERNEL_LANG_VERSION, &stored, TRUE);
+  if (FAILED(hr)) {
+    std::fprintf(stderr, "qxfx: cannot read the registry (%s)\n", QxRegistry_LastError());
+    return 1;
+  }
+  if (hr == S_OK && stored)
+    std::printf("language: %s, stored in the registry\n", show(stored).c_str());
+  else
+    std::printf("language: %s, from the environment (none stored; qxfx lang LCID stores one)\n",
+                show(QxKernel_StartLCID()).c_str());
+  return 0;
+}

@@ -29,7 +29,7 @@ static_assert(offsetof(ChorusParams, bypass) == 48);
 static_assert(offsetof(ChorusParams, tempoSync) == 60);
 
 struct QxChorusPreset {
-  const WCHAR* Name;
+  uint32_t Name;  // string number of the preset's name
   ChorusParams Params;
 };
 // The 24 rows in catalogue order; row 0 is what a new filter loads.

@@ -1,48 +1,46 @@
 // Chorus's transform: automation table, record versions, snapshot and update, and the control
 // interface with its update requests.
 #include "aplugins/qxppack1/delay/chorus_transform.h"
+#include "aplugins/qxppack1/pages/string_ids.h"
 
 #include <cstddef>
 
 namespace {
-const WCHAR kPeriodNotes[] =
-    u"64th Note Triplet,64th Note,Dotted 64th Note,32nd Note Triplet,32nd Note,Dotted 32nd Note,"
-    u"16th Note Triplet,16th Note,Dotted 16th Note,8th Note Triplet,8th Note,Dotted 8th Note,"
-    u"Quarter Note Triplet,Quarter Note,Dotted Quarter Note,Half Note Triplet,Half Note,Dotted Half Note,"
-    u"Measures";
-
 constexpr uint32_t Off(size_t o) { return static_cast<uint32_t>(o); }
 }  // namespace
 
-#define CHORUS_ROW(type, caps, lo, hi, neutral, unit, label, rawMax, rawMin, enumText, field)        \
+// Label, unit and enumeration texts come from the string table: the label number is the row's
+// index; unit and enumeration numbers are -1 where there is no text.
+#define CHORUS_ROW(type, caps, lo, hi, neutral, unit, label, rawMax, rawMin, enumText, field, index, unitId, \
+                   enumId)                                                                           \
   {{type, caps, lo, hi, neutral, unit, label}, 1, rawMax, rawMin, enumText, QX_STORE_INT,            \
-   Off(offsetof(ChorusParams, field)), 0, -1, -1, -1, 0}
+   Off(offsetof(ChorusParams, field)), 1, IDS_CHORUS_LABEL0 + index, unitId, enumId, 0}
 
 // In index order; float ranges are what the host sees, raw ranges the stored integers.
 QxParamInfo g_ChorusParamInfo[CHORUS_PARAM_COUNT] = {
     CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, 0.001f, 20, 5.5f, u"Hz", u"Modulation Rate", 20000, 1, nullptr,
-               modRate),
-    CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, 1, 100, 50, u"%", u"Modulation Depth", 100, 1, nullptr, modDepth),
-    CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, 0.1f, 100, 50, u"ms", u"Delay", 1000, 1, nullptr, outDelay),
-    CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, 0, 100, 50, u"%", u"Feedback", 100, 0, nullptr, feedback),
-    CHORUS_ROW(MPT_ENUM, MP_CURVE_JUMP, 1, 3, 2, u"", u"Chorus Size", 3, 1, nullptr, chorusSize),
+               modRate, 0, IDS_UNIT_HZ, -1),
+    CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, 1, 100, 50, u"%", u"Modulation Depth", 100, 1, nullptr, modDepth, 1, IDS_UNIT_PERCENT, -1),
+    CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, 0.1f, 100, 50, u"ms", u"Delay", 1000, 1, nullptr, outDelay, 2, IDS_UNIT_MS, -1),
+    CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, 0, 100, 50, u"%", u"Feedback", 100, 0, nullptr, feedback, 3, IDS_UNIT_PERCENT, -1),
+    CHORUS_ROW(MPT_ENUM, MP_CURVE_JUMP, 1, 3, 2, u"", u"Chorus Size", 3, 1, nullptr, chorusSize, 4, -1, -1),
     CHORUS_ROW(MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Invert Chorus Phase", 1, 0, nullptr,
-               invertChorusPhase),
+               invertChorusPhase, 5, -1, -1),
     CHORUS_ROW(MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Invert Feedback Phase", 1, 0, nullptr,
-               invertFeedbackPhase),
+               invertFeedbackPhase, 6, -1, -1),
     CHORUS_ROW(MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Attenuate High Frequencies", 1, 0, nullptr,
-               attenuateHigh),
+               attenuateHigh, 7, -1, -1),
     CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, 100, 10000, 1000, u"Hz", u"Attenuation Frequencies", 10000, 100,
-               nullptr, attenuationFrequency),
-    CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, -60, 0, 0, u"dB", u"Input Gain", 0, -600, nullptr, inputGain),
-    CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, -60, 0, -6, u"dB", u"Dry Out", 0, -600, nullptr, dryOut),
-    CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, -60, 0, -6, u"dB", u"Chorus Out", 0, -600, nullptr, chorusOut),
-    CHORUS_ROW(MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Bypass", 1, 0, nullptr, bypass),
-    CHORUS_ROW(MPT_ENUM, MP_CURVE_JUMP, 0, 18, 18, u"", u"Modulation Period", 18, 0, kPeriodNotes,
-               modPeriodNote),
+               nullptr, attenuationFrequency, 8, IDS_UNIT_HZ, -1),
+    CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, -60, 0, 0, u"dB", u"Input Gain", 0, -600, nullptr, inputGain, 9, IDS_UNIT_DB, -1),
+    CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, -60, 0, -6, u"dB", u"Dry Out", 0, -600, nullptr, dryOut, 10, IDS_UNIT_DB, -1),
+    CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, -60, 0, -6, u"dB", u"Chorus Out", 0, -600, nullptr, chorusOut, 11, IDS_UNIT_DB, -1),
+    CHORUS_ROW(MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Bypass", 1, 0, nullptr, bypass, 12, -1, -1),
+    CHORUS_ROW(MPT_ENUM, MP_CURVE_JUMP, 0, 18, 18, u"", u"Modulation Period", 18, 0, nullptr,
+               modPeriodNote, 13, -1, IDS_CHORUS_PERIOD_NOTES),
     CHORUS_ROW(MPT_FLOAT, MP_CURVES_ALL, 0.001f, 32, 0.001f, u"", u"Modulation Period Multiplier", 32000, 1,
-               nullptr, modPeriodMultiplier),
-    CHORUS_ROW(MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Tempo Sync", 1, 0, nullptr, tempoSync),
+               nullptr, modPeriodMultiplier, 14, -1, -1),
+    CHORUS_ROW(MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Tempo Sync", 1, 0, nullptr, tempoSync, 15, -1, -1),
 };
 #undef CHORUS_ROW
 

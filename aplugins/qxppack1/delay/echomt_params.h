@@ -89,7 +89,7 @@ inline constexpr EchomtParams QX_ECHOMT_DEFAULTS = {
 
 // One preset row: the catalogue name and the whole record.
 struct QxEchomtPreset {
-  const WCHAR* Name;
+  uint32_t Name;  // string number of the preset's name
   EchomtParams Params;
 };
 extern const QxEchomtPreset g_EchomtPresets[];

@@ -1,58 +1,51 @@
 // Simple Delay's transform: parameter table, presets, snapshot/apply and the control interface.
 #include "aplugins/qxppack1/delay/echos_transform.h"
+#include "aplugins/qxppack1/pages/string_ids.h"
 
 #include <cstddef>
 
 namespace {
-#define NOTE_NAMES_17                                                                               \
-  u"64th Note Triplet,64th Note,Dotted 64th Note,32nd Note Triplet,32nd Note,Dotted 32nd Note,"     \
-  u"16th Note Triplet,16th Note,Dotted 16th Note,8th Note Triplet,8th Note,Dotted 8th Note,"        \
-  u"Quarter Note Triplet,Quarter Note,Dotted Quarter Note,Half Note Triplet,Half Note,Dotted Half Note"
-const WCHAR kDelayNotes[] = NOTE_NAMES_17;
-const WCHAR kDecayNotes[] = NOTE_NAMES_17 u",Measures";
-#undef NOTE_NAMES_17
-
 constexpr uint32_t Off(size_t o) { return static_cast<uint32_t>(o); }
 }  // namespace
 
 // Float ranges are what the host sees; raw ranges are the stored integers.
 QxParamInfo g_EchosParamInfo[ECHOS_PARAM_COUNT] = {
     {MPT_FLOAT, MP_CURVES_ALL, 1, 5000, 2500, u"ms", u"Delay Time", 1, 5000, 1, nullptr, QX_STORE_INT,
-     Off(offsetof(EchosParams, DelayTime)), 0, -1, -1, -1, 0},
+     Off(offsetof(EchosParams, DelayTime)), 1, IDS_ECHOS_LABEL0 + 0, IDS_UNIT_MS, -1, 0},
     {MPT_FLOAT, MP_CURVES_ALL, 1, 200, 100, u"ms", u"Decay Time", 1, 200, 1, nullptr, QX_STORE_INT,
-     Off(offsetof(EchosParams, DecayTime)), 0, -1, -1, -1, 0},
+     Off(offsetof(EchosParams, DecayTime)), 1, IDS_ECHOS_LABEL0 + 1, IDS_UNIT_MS, -1, 0},
     {MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Multiple Delays", 1, 1, 0, nullptr, QX_STORE_INT,
-     Off(offsetof(EchosParams, MultipleDelays)), 0, -1, -1, -1, 0},
+     Off(offsetof(EchosParams, MultipleDelays)), 1, IDS_ECHOS_LABEL0 + 2, -1, -1, 0},
     {MPT_FLOAT, MP_CURVES_ALL, -80, 0, -6, u"dB", u"Dry Out", 1, 0, -800, nullptr, QX_STORE_INT,
-     Off(offsetof(EchosParams, DryOut)), 0, -1, -1, -1, 0},
+     Off(offsetof(EchosParams, DryOut)), 1, IDS_ECHOS_LABEL0 + 3, IDS_UNIT_DB, -1, 0},
     {MPT_FLOAT, MP_CURVES_ALL, -80, 0, -6, u"dB", u"Delay Out", 1, 0, -800, nullptr, QX_STORE_INT,
-     Off(offsetof(EchosParams, DelayOut)), 0, -1, -1, -1, 0},
+     Off(offsetof(EchosParams, DelayOut)), 1, IDS_ECHOS_LABEL0 + 4, IDS_UNIT_DB, -1, 0},
     {MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Bypass", 1, 1, 0, nullptr, QX_STORE_INT,
-     Off(offsetof(EchosParams, Bypass)), 0, -1, -1, -1, 0},
-    {MPT_ENUM, MP_CURVE_JUMP, 0, 17, 13, u"", u"Delay Time (Tempo)", 1, 17, 0, kDelayNotes, QX_STORE_INT,
-     Off(offsetof(EchosParams, DelayNote)), 0, -1, -1, -1, 0},
+     Off(offsetof(EchosParams, Bypass)), 1, IDS_ECHOS_LABEL0 + 5, -1, -1, 0},
+    {MPT_ENUM, MP_CURVE_JUMP, 0, 17, 13, u"", u"Delay Time (Tempo)", 1, 17, 0, nullptr, QX_STORE_INT,
+     Off(offsetof(EchosParams, DelayNote)), 1, IDS_ECHOS_LABEL0 + 6, -1, IDS_ECHOS_DELAY_NOTES, 0},
     {MPT_FLOAT, MP_CURVES_ALL, 0.001f, 4, 1, u"", u"Delay Time Multiplier (Tempo)", 1, 4000, 1, nullptr,
-     QX_STORE_INT, Off(offsetof(EchosParams, DelayMultiplier)), 0, -1, -1, -1, 0},
+     QX_STORE_INT, Off(offsetof(EchosParams, DelayMultiplier)), 1, IDS_ECHOS_LABEL0 + 7, -1, -1, 0},
     {MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Tempo Sync Delay", 1, 1, 0, nullptr, QX_STORE_INT,
-     Off(offsetof(EchosParams, TempoSyncDelay)), 0, -1, -1, -1, 0},
-    {MPT_ENUM, MP_CURVE_JUMP, 0, 18, 18, u"", u"Decay Time (Tempo)", 1, 18, 0, kDecayNotes, QX_STORE_INT,
-     Off(offsetof(EchosParams, DecayNote)), 0, -1, -1, -1, 0},
+     Off(offsetof(EchosParams, TempoSyncDelay)), 1, IDS_ECHOS_LABEL0 + 8, -1, -1, 0},
+    {MPT_ENUM, MP_CURVE_JUMP, 0, 18, 18, u"", u"Decay Time (Tempo)", 1, 18, 0, nullptr, QX_STORE_INT,
+     Off(offsetof(EchosParams, DecayNote)), 1, IDS_ECHOS_LABEL0 + 9, -1, IDS_ECHOS_DECAY_NOTES, 0},
     {MPT_FLOAT, MP_CURVES_ALL, 0.001f, 32, 1, u"", u"Decay Time Multiplier (Tempo)", 1, 32000, 1, nullptr,
-     QX_STORE_INT, Off(offsetof(EchosParams, DecayMultiplier)), 0, -1, -1, -1, 0},
+     QX_STORE_INT, Off(offsetof(EchosParams, DecayMultiplier)), 1, IDS_ECHOS_LABEL0 + 10, -1, -1, 0},
     {MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Tempo Sync Decay", 1, 1, 0, nullptr, QX_STORE_INT,
-     Off(offsetof(EchosParams, TempoSyncDecay)), 0, -1, -1, -1, 0},
+     Off(offsetof(EchosParams, TempoSyncDecay)), 1, IDS_ECHOS_LABEL0 + 11, -1, -1, 0},
 };
 
 // Every row keeps the same tempo fields: quarter note x 1, measures x 1, sync off.
 #define ECHOS_ROW(md, dt, dc, dout, dry, byp) {md, dt, dc, dout, dry, byp, 13, 1000, 0, 18, 1000, 0}
 const QxEchosPreset g_EchosPresets[] = {
-    {u"(Default)", ECHOS_ROW(0, 100, 1, -60, -60, 0)},
-    {u"Default all parameters", ECHOS_ROW(0, 100, 1, -60, -60, 0)},
-    {u"Echo chamber", ECHOS_ROW(1, 400, 20, -30, -90, 0)},
-    {u"Slap-back echo", ECHOS_ROW(0, 400, 20, -120, -90, 0)},
-    {u"Grand Canyon", ECHOS_ROW(1, 1000, 30, -140, -40, 0)},
-    {u"Shift selection forwards  (select one channel only)", ECHOS_ROW(0, 1000, 20, 0, -800, 0)},
-    {u"Pseudo-stereo (select one channel only)", ECHOS_ROW(0, 10, 1, 0, -800, 0)},
+    {IDS_ECHOS_PRESET0 + 0, ECHOS_ROW(0, 100, 1, -60, -60, 0)},
+    {IDS_ECHOS_PRESET0 + 1, ECHOS_ROW(0, 100, 1, -60, -60, 0)},
+    {IDS_ECHOS_PRESET0 + 2, ECHOS_ROW(1, 400, 20, -30, -90, 0)},
+    {IDS_ECHOS_PRESET0 + 3, ECHOS_ROW(0, 400, 20, -120, -90, 0)},
+    {IDS_ECHOS_PRESET0 + 4, ECHOS_ROW(1, 1000, 30, -140, -40, 0)},
+    {IDS_ECHOS_PRESET0 + 5, ECHOS_ROW(0, 1000, 20, 0, -800, 0)},
+    {IDS_ECHOS_PRESET0 + 6, ECHOS_ROW(0, 10, 1, 0, -800, 0)},
 };
 #undef ECHOS_ROW
 const uint32_t g_EchosPresetCount = sizeof g_EchosPresets / sizeof g_EchosPresets[0];

@@ -30,7 +30,7 @@ enum EchosParamIndex : uint32_t {
 extern QxParamInfo g_EchosParamInfo[ECHOS_PARAM_COUNT];
 
 struct QxEchosPreset {
-  const WCHAR* Name;
+  uint32_t Name;  // string number of the preset's name
   EchosParams Params;
 };
 extern const QxEchosPreset g_EchosPresets[];

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "aplugins/qxppack1/frame/effect_interfaces.h"
+#include "kernel/services/qx_resources.h"
 #include "platform/com/persist.h"
 
 // One readable version of a record: its tag and total size (header included), how many record
@@ -25,17 +26,18 @@ struct QxEffectTables {
   // Fills the current version's defaults for the fields older versions lack; others stay 0.
   void (*Defaults)(void* record);
   uint32_t PresetCount;
-  const WCHAR* (*PresetName)(uint32_t index);     // a literal or a catalogue key
+  const WCHAR* (*PresetName)(uint32_t index);     // a string key: a number, an entry or a literal
   const void* (*PresetRecord)(uint32_t index);
   // A header of no known version: some effects change nothing and stay silent, the others still
   // tell the pages that all parameters may have changed.
   bool QuietOnUnknown = false;
 };
 
-// Holds a preset table of rows {const WCHAR* Name; Record Params;} and answers the two accessors.
+// Holds a preset table of rows {uint32_t Name; Record Params;}, Name a string number, and answers
+// the two accessors.
 template <class Row, const Row* Rows>
 struct QxPresetAccess {
-  static const WCHAR* Name(uint32_t i) { return Rows[i].Name; }
+  static const WCHAR* Name(uint32_t i) { return MAKEINTRESOURCEW(Rows[i].Name); }
   static const void* Record(uint32_t i) { return &Rows[i].Params; }
 };
 

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "aplugins/qxppack1/module/module_entry.h"
+#include "aplugins/qxppack1/pages/string_table.h"
 #include "kernel/controls/control_classes.h"
 #include "kernel/services/qx_kernel.h"
 #include "kernel/services/qx_lang.h"
@@ -24,6 +25,8 @@ void Trace(const char* step) {
 }
 
 BOOL ProcessAttach(HMODULE module) {
+  // The English strings belong to the module itself; the kernel finds translations beside it.
+  QxPack_AddStrings(module);
   Trace("QxKernel_EarlyInitialize");
   if (FAILED(QxKernel_EarlyInitialize(module, 0))) {
     // Nothing else runs: no control class exists and no class will be made.

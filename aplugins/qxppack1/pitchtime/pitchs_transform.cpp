@@ -1,6 +1,7 @@
 // Pitch Shift's transform, parameter side: presets, the persistent form, setters with their clamps
 // and change flags, the ratio arithmetic and the musical-equivalent text.
 #include "aplugins/qxppack1/pitchtime/pitchs_transform.h"
+#include "aplugins/qxppack1/pages/string_ids.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -8,12 +9,12 @@
 // Semitones, Cents, Accuracy, PreserveDuration, Mode, -, Ratio, AntiAlias, -, InitialTime. The
 // ratios are the rounded values the table has always held, not computed powers.
 const QxPitchsPreset g_PitchsPresets[] = {
-    {u"(Default)", {0, 0, 2, 0, 0, 0, 1.0, 0, 0, 2646000.0}},
-    {u"Default all parameters", {0, 0, 2, 0, 0, 0, 1.0, 0, 0, 2646000.0}},
-    {u"Fifth down", {-7, 0, 2, 0, 0, 0, 0.66742, 0, 0, 2646000.0}},
-    {u"Fifth up", {7, 0, 2, 0, 0, 0, 1.4983, 0, 0, 2646000.0}},
-    {u"Third down", {-4, 0, 2, 0, 0, 0, 0.7937, 0, 0, 2646000.0}},
-    {u"Third up", {4, 0, 2, 0, 0, 0, 1.25992, 0, 0, 2646000.0}},
+    {IDS_PITCHS_PRESET0 + 0, {0, 0, 2, 0, 0, 0, 1.0, 0, 0, 2646000.0}},
+    {IDS_PITCHS_PRESET0 + 1, {0, 0, 2, 0, 0, 0, 1.0, 0, 0, 2646000.0}},
+    {IDS_PITCHS_PRESET0 + 2, {-7, 0, 2, 0, 0, 0, 0.66742, 0, 0, 2646000.0}},
+    {IDS_PITCHS_PRESET0 + 3, {7, 0, 2, 0, 0, 0, 1.4983, 0, 0, 2646000.0}},
+    {IDS_PITCHS_PRESET0 + 4, {-4, 0, 2, 0, 0, 0, 0.7937, 0, 0, 2646000.0}},
+    {IDS_PITCHS_PRESET0 + 5, {4, 0, 2, 0, 0, 0, 1.25992, 0, 0, 2646000.0}},
 };
 const uint32_t g_PitchsPresetCount = sizeof g_PitchsPresets / sizeof g_PitchsPresets[0];
 

@@ -15,7 +15,7 @@
 #include "aplugins/qxppack1/pitchtime/splice_engine.h"
 
 struct QxPitchsPreset {
-  const WCHAR* Name;
+  uint32_t Name;  // string number of the preset's name
   PitchParams Params;
 };
 extern const QxPitchsPreset g_PitchsPresets[];

@@ -1,14 +1,15 @@
 // Time Stretch's transform: presets, persistent forms, parameter setters with their clamps and
 // change flags, and the snapshot the splice engine takes at each call.
 #include "aplugins/qxppack1/pitchtime/time_transform.h"
+#include "aplugins/qxppack1/pages/string_ids.h"
 
 #include <cmath>
 
 const QxTimePreset g_TimePresets[] = {
-    {u"(Default)", {10000.0, 0, 12000, 2646000.0, 0, 0}},
-    {u"Default all parameters", {10000.0, 0, 12000, 2646000.0, 0, 0}},
-    {u"Time expand 110 % of original", {11000.0, 0, 12000, 2646000.0, 0, 0}},
-    {u"Time compress 85 % of original", {8500.0, 0, 12000, 2646000.0, 0, 0}},
+    {IDS_TIME_PRESET0 + 0, {10000.0, 0, 12000, 2646000.0, 0, 0}},
+    {IDS_TIME_PRESET0 + 1, {10000.0, 0, 12000, 2646000.0, 0, 0}},
+    {IDS_TIME_PRESET0 + 2, {11000.0, 0, 12000, 2646000.0, 0, 0}},
+    {IDS_TIME_PRESET0 + 3, {8500.0, 0, 12000, 2646000.0, 0, 0}},
 };
 const uint32_t g_TimePresetCount = sizeof g_TimePresets / sizeof g_TimePresets[0];
 

@@ -7,7 +7,7 @@
 #include "aplugins/qxppack1/pitchtime/time_prop.h"
 
 struct QxTimePreset {
-  const WCHAR* Name;
+  uint32_t Name;  // string number of the preset's name
   TimeParams Params;
 };
 extern const QxTimePreset g_TimePresets[];

@@ -52,13 +52,11 @@ extern const ReflectionRow g_ReflectionStyles[QX_REFLECTION_STYLE_COUNT];
 // What the page's lists show, one per row.
 extern const WCHAR* const g_ReverbModeNames[QX_REVERB_MODE_COUNT];
 extern const WCHAR* const g_ReflectionStyleNames[QX_REFLECTION_STYLE_COUNT];
-// What automation shows: one comma-separated item per row, in row order.
-extern const WCHAR g_ReverbModeEnumText[];
-extern const WCHAR g_ReflectionStyleEnumText[];
+// What automation shows is in the string table: one comma-separated item per row, in row order.
 
-// Factory presets: 13 rows in catalogue order, then a closing row whose Name is null.
+// Factory presets: 13 rows in catalogue order, then a closing row whose Name is 0.
 struct QxReverbPreset {
-  const WCHAR* Name;
+  uint32_t Name;  // string number of the preset's name
   ReverbParams Params;
 };
 inline constexpr uint32_t QX_REVERB_PRESET_COUNT = 13;

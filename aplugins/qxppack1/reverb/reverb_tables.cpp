@@ -1,6 +1,7 @@
 // Reverb's data: the 19 reverberation modes, the 10 early-reflection styles, their list and
 // automation names, and the 13 factory presets.
 #include "aplugins/qxppack1/reverb/reverb_params.h"
+#include "aplugins/qxppack1/pages/string_ids.h"
 
 // Row 6, comb 6 (3901.707 ms) is meant: with any decay its gain is nearly zero, one faint late echo.
 const ReverbModeRow g_ReverbModes[QX_REVERB_MODE_COUNT] = {
@@ -60,31 +61,22 @@ const WCHAR* const g_ReflectionStyleNames[QX_REFLECTION_STYLE_COUNT] = {
     u"Mode 10 (16 ms, pan left)",
 };
 
-const WCHAR g_ReverbModeEnumText[] =
-    u"Rich Hall,Wide Open Hall,Concert Hall,Deep Hall,Long Hall,Medium Hall 1,Medium Hall 2,"
-    u"Warm Space,Cavernous Space,Bright Corridor,Bright Small Room,Bright Medium Room,Medium Room,"
-    u"Subtle Ambience,Live Ambience,Warm Ambience,Plate 1,Plate 2 Ringy,Metal Tank";
-
-const WCHAR g_ReflectionStyleEnumText[] =
-    u"Mode 1 - 6 ms,Mode 2 - 8 ms,Mode 3 - 10 ms,Mode 4 - 16 ms,Mode 5 - 20 ms,Mode 6 - 36 ms,"
-    u"Mode 7 - 8 ms pan right,Mode 8 - 8 ms pan left,Mode 9 - 16 ms pan right,Mode 10 - 16 ms pan left";
-
 // Fields in record order: dry, reverb, early, mode, style, decay, pre-delay, bass on, bass Hz,
 // high on, high Hz, bypass. Some preset names match a mode they do not use; that is intended.
 const QxReverbPreset g_ReverbPresets[QX_REVERB_PRESET_COUNT + 1] = {
-    {u"(Default)", {0, -350, -200, 0, 3, 25, 30, 1, 20, 1, 12000, 0}},
-    {u"Default all parameters", {0, -350, -200, 0, 3, 25, 30, 1, 20, 1, 12000, 0}},
-    {u"Bright hall", {0, -350, -200, 0, 3, 25, 30, 1, 20, 1, 12000, 0}},
-    {u"Cathedral", {0, -240, -200, 8, 5, 30, 70, 1, 20, 1, 7000, 0}},
-    {u"Dense room", {0, -250, -200, 10, 1, 6, 1, 1, 20, 1, 5000, 0}},
-    {u"Long hall", {0, -350, -300, 4, 2, 25, 60, 1, 20, 1, 5000, 0}},
-    {u"Medium hall", {0, -300, -300, 2, 1, 12, 5, 1, 20, 1, 5000, 0}},
-    {u"Medium room", {0, -200, -800, 13, 0, 5, 1, 1, 20, 1, 5000, 0}},
-    {u"Metal tank", {0, -160, -200, 18, 5, 25, 10, 1, 400, 1, 3000, 0}},
-    {u"Plate", {0, -350, -200, 16, 3, 20, 15, 1, 20, 0, 5000, 0}},
-    {u"Sewer", {0, -160, -200, 18, 3, 20, 15, 1, 20, 1, 10000, 0}},
-    {u"Small hall", {0, -240, -200, 2, 1, 10, 10, 1, 20, 1, 8000, 0}},
-    {u"Very long hall", {0, -418, -300, 4, 5, 50, 45, 1, 100, 1, 10000, 0}},
-    {nullptr, {}},
+    {IDS_REVERB_PRESET0 + 0, {0, -350, -200, 0, 3, 25, 30, 1, 20, 1, 12000, 0}},
+    {IDS_REVERB_PRESET0 + 1, {0, -350, -200, 0, 3, 25, 30, 1, 20, 1, 12000, 0}},
+    {IDS_REVERB_PRESET0 + 2, {0, -350, -200, 0, 3, 25, 30, 1, 20, 1, 12000, 0}},
+    {IDS_REVERB_PRESET0 + 3, {0, -240, -200, 8, 5, 30, 70, 1, 20, 1, 7000, 0}},
+    {IDS_REVERB_PRESET0 + 4, {0, -250, -200, 10, 1, 6, 1, 1, 20, 1, 5000, 0}},
+    {IDS_REVERB_PRESET0 + 5, {0, -350, -300, 4, 2, 25, 60, 1, 20, 1, 5000, 0}},
+    {IDS_REVERB_PRESET0 + 6, {0, -300, -300, 2, 1, 12, 5, 1, 20, 1, 5000, 0}},
+    {IDS_REVERB_PRESET0 + 7, {0, -200, -800, 13, 0, 5, 1, 1, 20, 1, 5000, 0}},
+    {IDS_REVERB_PRESET0 + 8, {0, -160, -200, 18, 5, 25, 10, 1, 400, 1, 3000, 0}},
+    {IDS_REVERB_PRESET0 + 9, {0, -350, -200, 16, 3, 20, 15, 1, 20, 0, 5000, 0}},
+    {IDS_REVERB_PRESET0 + 10, {0, -160, -200, 18, 3, 20, 15, 1, 20, 1, 10000, 0}},
+    {IDS_REVERB_PRESET0 + 11, {0, -240, -200, 2, 1, 10, 10, 1, 20, 1, 8000, 0}},
+    {IDS_REVERB_PRESET0 + 12, {0, -418, -300, 4, 5, 50, 45, 1, 100, 1, 10000, 0}},
+    {0, {}},  // closes the table
 };
 const uint32_t g_ReverbPresetCount = QX_REVERB_PRESET_COUNT;

@@ -1,6 +1,7 @@
 // Reverb's transform: automation table, setters and their rebuild requests, snapshot and the
 // dispatch of blocks to the engine.
 #include "aplugins/qxppack1/reverb/reverb_transform.h"
+#include "aplugins/qxppack1/pages/string_ids.h"
 
 #include <cstddef>
 
@@ -14,29 +15,29 @@ constexpr uint32_t kRebuild = QX_REVERB_MARK_REBUILD;
 // 2's label on purpose. The neutral values are the host's, not the default preset's.
 QxParamInfo g_ReverbParamInfo[REVERB_PARAM_COUNT] = {
     {MPT_FLOAT, MP_CURVES_ALL, 0, 200, 100, u"ms", u"Pre-Delay", kRebuild, 200, 0, nullptr, QX_STORE_INT,
-     Off(offsetof(ReverbParams, preDelayMs)), 0, -1, -1, -1, 0},
+     Off(offsetof(ReverbParams, preDelayMs)), 1, IDS_REVERB_LABEL0 + 0, IDS_UNIT_MS, -1, 0},
     {MPT_FLOAT, MP_CURVES_ALL, 0.5f, 5.0f, 2.5f, u"s", u"Decay Time", kUpdate, 50, 5, nullptr, QX_STORE_INT,
-     Off(offsetof(ReverbParams, decayTenths)), 0, -1, -1, -1, 0},
-    {MPT_ENUM, MP_CURVE_JUMP, 0, 18, 0, u"", u"Reverberation Mode", kUpdate, 18, 0, g_ReverbModeEnumText,
-     QX_STORE_INT, Off(offsetof(ReverbParams, reverbMode)), 0, -1, -1, -1, 0},
-    {MPT_ENUM, MP_CURVE_JUMP, 0, 9, 3, u"", u"Reverberation Mode", kRebuild, 9, 0, g_ReflectionStyleEnumText,
-     QX_STORE_INT, Off(offsetof(ReverbParams, reflectionStyle)), 0, -1, -1, -1, 0},
+     Off(offsetof(ReverbParams, decayTenths)), 1, IDS_REVERB_LABEL0 + 1, IDS_UNIT_SECONDS, -1, 0},
+    {MPT_ENUM, MP_CURVE_JUMP, 0, 18, 0, u"", u"Reverberation Mode", kUpdate, 18, 0, nullptr,
+     QX_STORE_INT, Off(offsetof(ReverbParams, reverbMode)), 1, IDS_REVERB_LABEL0 + 2, -1, IDS_REVERB_MODES, 0},
+    {MPT_ENUM, MP_CURVE_JUMP, 0, 9, 3, u"", u"Reverberation Mode", kRebuild, 9, 0, nullptr,
+     QX_STORE_INT, Off(offsetof(ReverbParams, reflectionStyle)), 1, IDS_REVERB_LABEL0 + 2, -1, IDS_REVERB_STYLES, 0},
     {MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Attenuate Bass Frequencies", kUpdate, 1, 0, nullptr, QX_STORE_INT,
-     Off(offsetof(ReverbParams, bassOn)), 0, -1, -1, -1, 0},
+     Off(offsetof(ReverbParams, bassOn)), 1, IDS_REVERB_LABEL0 + 4, -1, -1, 0},
     {MPT_FLOAT, MP_CURVES_ALL, 10, 5000, 500, u"Hz", u"Bass Attenuation Frequency", kUpdate, 5000, 10, nullptr,
-     QX_STORE_INT, Off(offsetof(ReverbParams, bassFreqHz)), 0, -1, -1, -1, 0},
+     QX_STORE_INT, Off(offsetof(ReverbParams, bassFreqHz)), 1, IDS_REVERB_LABEL0 + 5, IDS_UNIT_HZ, -1, 0},
     {MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Attenuate High Frequencies", kUpdate, 1, 0, nullptr, QX_STORE_INT,
-     Off(offsetof(ReverbParams, highOn)), 0, -1, -1, -1, 0},
+     Off(offsetof(ReverbParams, highOn)), 1, IDS_REVERB_LABEL0 + 6, -1, -1, 0},
     {MPT_FLOAT, MP_CURVES_ALL, 100, 15000, 2000, u"Hz", u"High Attenuation Frequency", kUpdate, 15000, 100,
-     nullptr, QX_STORE_INT, Off(offsetof(ReverbParams, highFreqHz)), 0, -1, -1, -1, 0},
+     nullptr, QX_STORE_INT, Off(offsetof(ReverbParams, highFreqHz)), 1, IDS_REVERB_LABEL0 + 7, IDS_UNIT_HZ, -1, 0},
     {MPT_FLOAT, MP_CURVES_ALL, -80, 0, -6, u"dB", u"Dry Out", kUpdate, 0, -800, nullptr, QX_STORE_INT,
-     Off(offsetof(ReverbParams, dryOut)), 0, -1, -1, -1, 0},
+     Off(offsetof(ReverbParams, dryOut)), 1, IDS_REVERB_LABEL0 + 8, IDS_UNIT_DB, -1, 0},
     {MPT_FLOAT, MP_CURVES_ALL, -80, 0, -6, u"dB", u"Reverb Out", kUpdate, 0, -800, nullptr, QX_STORE_INT,
-     Off(offsetof(ReverbParams, reverbOut)), 0, -1, -1, -1, 0},
+     Off(offsetof(ReverbParams, reverbOut)), 1, IDS_REVERB_LABEL0 + 9, IDS_UNIT_DB, -1, 0},
     {MPT_FLOAT, MP_CURVES_ALL, -80, 0, -80, u"dB", u"Early Out", kUpdate, 0, -800, nullptr, QX_STORE_INT,
-     Off(offsetof(ReverbParams, earlyOut)), 0, -1, -1, -1, 0},
+     Off(offsetof(ReverbParams, earlyOut)), 1, IDS_REVERB_LABEL0 + 10, IDS_UNIT_DB, -1, 0},
     {MPT_BOOL, MP_CURVE_JUMP, 0, 1, 0, u"", u"Bypass", kUpdate, 1, 0, nullptr, QX_STORE_INT,
-     Off(offsetof(ReverbParams, bypass)), 0, -1, -1, -1, 0},
+     Off(offsetof(ReverbParams, bypass)), 1, IDS_REVERB_LABEL0 + 11, -1, -1, 0},
 };
 
 namespace {
