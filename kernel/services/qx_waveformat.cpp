@@ -138,18 +138,24 @@ QXSAMPLETYPE QxAudio_GetSampleType2(WORD tag, WORD bits) {
   return QXSAMPLETYPE_NONE;
 }
 
-// An extensible format whose header is missing (extra size under 22) has no subformat to read,
-// and counts as one with a zero subformat: compressed.
+// An extensible format is read by its subformat whatever its extra size says: hosts that leave
+// the size at 0 still hand over the whole extensible record.
 QXSAMPLETYPE QxAudio_GetSampleType(const WAVEFORMATEX* format) {
   if (!format) return QXSAMPLETYPE_NONE;
   if (format->wFormatTag != WAVE_FORMAT_EXTENSIBLE)
     return QxAudio_GetSampleType2(format->wFormatTag, format->wBitsPerSample);
-  if (!HasExtensibleHeader(format)) return QXSAMPLETYPE_NONE;
   const GUID sub = SubFormatOf(format);
   if (!HasBaseIdentifier(sub)) return QXSAMPLETYPE_NONE;
   QXSAMPLETYPE t = QxAudio_GetSampleType2(static_cast<WORD>(sub.Data1 & 0xFFFF), format->wBitsPerSample);
   if (t == QXSAMPLETYPE_PCM32 && ValidBitsOf(format) == 24) t = QXSAMPLETYPE_FE00_32;
   return t;
+}
+
+QXSAMPLETYPE QxAudio_GetSampleTypeOfBlock(const void* block, size_t bytes) {
+  if (!block || bytes < QX_WFX_BYTES - 2) return QXSAMPLETYPE_NONE;
+  WAVEFORMATEXTENSIBLE x{};
+  std::memcpy(&x, block, std::min(bytes, sizeof x));
+  return QxAudio_GetSampleType(&x.Format);
 }
 
 WORD QxAudio_FormatTagFromSampleType(QXSAMPLETYPE type) {
@@ -167,7 +173,7 @@ WORD QxAudio_BytesFromSampleType(QXSAMPLETYPE type) {
 
 WORD QxAudio_GetWaveFormatTag(const WAVEFORMATEX* format) {
   if (!format) return 0;
-  if (HasExtensibleHeader(format)) {
+  if (format->wFormatTag == WAVE_FORMAT_EXTENSIBLE) {
     const GUID sub = SubFormatOf(format);
     if (HasBaseIdentifier(sub)) return static_cast<WORD>(sub.Data1 & 0xFFFF);
   }
@@ -266,16 +272,13 @@ void _qxwaveformat::Init(DWORD size, const WAVEFORMATEX* f) {
   }
 
   if (f->wFormatTag == WAVE_FORMAT_EXTENSIBLE) {
-    const bool header = HasExtensibleHeader(f);
-    if (header) {
-      std::memcpy(&ChannelMask, reinterpret_cast<const BYTE*>(f) + offsetof(WAVEFORMATEXTENSIBLE, dwChannelMask),
-                  sizeof ChannelMask);
-    }
+    std::memcpy(&ChannelMask, reinterpret_cast<const BYTE*>(f) + offsetof(WAVEFORMATEXTENSIBLE, dwChannelMask),
+                sizeof ChannelMask);
     Flags |= QXWF_MASK_FROM_EXT;
     // A zero subformat with consistent numbers is a host that forgot to fill it in. The test
     // multiplies channels by bits, not bytes, and reads 32 bits as float: both are kept.
     if (SampleType == QXSAMPLETYPE_NONE) {
-      const GUID sub = header ? SubFormatOf(f) : GUID_NULL;
+      const GUID sub = SubFormatOf(f);
       const bool sizeOk = f->cbSize == 0 || f->cbSize == QX_WFEXT_EXTRA_BYTES;
       if (sub == GUID_NULL && sizeOk && DWORD{f->nChannels} * f->wBitsPerSample == f->nBlockAlign &&
           f->nSamplesPerSec * f->nBlockAlign == f->nAvgBytesPerSec) {

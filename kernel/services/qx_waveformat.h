@@ -104,7 +104,11 @@ DWORD QxAudio_DefaultChannelMask(WORD channels);
 // Bytes a format occupies: 18 plus its extra size.
 DWORD QxAudio_WfxBytes(const WAVEFORMATEX* format);
 
+// An extensible format (tag 0xFFFE) is read by its subformat whatever its extra size: the pointer
+// must reach a whole extensible record. A block of known length that may be shorter goes through
+// QxAudio_GetSampleTypeOfBlock, which reads it as far as it goes (missing bytes read as 0).
 QXSAMPLETYPE QxAudio_GetSampleType(const WAVEFORMATEX* format);
+QXSAMPLETYPE QxAudio_GetSampleTypeOfBlock(const void* block, size_t bytes);
 QXSAMPLETYPE QxAudio_GetSampleType2(WORD formatTag, WORD bitsPerSample);
 WORD QxAudio_FormatTagFromSampleType(QXSAMPLETYPE type);
 WORD QxAudio_BitsFromSampleType(QXSAMPLETYPE type);
