@@ -115,12 +115,3 @@ TEST(MemoryStream, ReadsWritesSeeksAndFailsWritesOnRequest) {
   EXPECT_EQ(s->Write("x", 1, &n), STG_E_WRITEFAULT);
   EXPECT_EQ(raw->Bytes().size(), 6u);
 }
-
-TEST(HResult, WindowsValues) {
-  EXPECT_EQ(static_cast<uint32_t>(E_INVALIDARG), 0x80070057u);
-  EXPECT_EQ(static_cast<uint32_t>(E_OUTOFMEMORY), 0x8007000Eu);
-  EXPECT_EQ(static_cast<uint32_t>(VFW_E_NOT_CONNECTED), 0x80040209u);
-  EXPECT_EQ(static_cast<uint32_t>(HRESULT_FROM_WIN32(2)), 0x80070002u);
-  EXPECT_TRUE(FAILED(E_POINTER));
-  EXPECT_TRUE(SUCCEEDED(S_FALSE));
-}

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "aplugins/qxppack1/delay/chorus_engine.h"
+#include "tests/support/formats.h"
 
 namespace {
 double Level(int g) { return g > -600 ? std::pow(10.0, g / 200.0) : 0.0; }
@@ -28,15 +29,9 @@ ChorusParams Fixed(int size, int feedback = 0) {
 }
 
 struct Rig {
-  WAVEFORMATEX f{};
+  WAVEFORMATEX f;
   CQxChorusEngine e;
-  Rig(WORD tag, WORD channels, WORD bits, DWORD rate, const ChorusParams& p) {
-    f.wFormatTag = tag;
-    f.nChannels = channels;
-    f.nSamplesPerSec = rate;
-    f.wBitsPerSample = bits;
-    f.nBlockAlign = static_cast<WORD>(channels * bits / 8);
-    f.nAvgBytesPerSec = rate * f.nBlockAlign;
+  Rig(WORD tag, WORD channels, WORD bits, DWORD rate, const ChorusParams& p) : f(PlainFormat(tag, channels, bits, rate)) {
     e.SetFormat(&f);
     EXPECT_EQ(e.Allocate(), S_OK);
     EXPECT_EQ(e.Update(p, false, nullptr), S_OK);

@@ -10,21 +10,9 @@
 #include <vector>
 
 #include "aplugins/qxppack1/frame/sample_form.h"
+#include "tests/support/formats.h"
 
 namespace {
-
-template <class F>
-WAVEFORMATEX FormatOf(WORD channels, DWORD rate) {
-  using S = typename F::Sample;
-  WAVEFORMATEX f{};
-  f.wFormatTag = std::is_floating_point_v<S> ? 3 : 1;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = sizeof(S) * 8;
-  f.nBlockAlign = static_cast<WORD>(sizeof(S) * channels);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
-}
 
 // A record with the note fields that every preset row carries.
 EchosParams MakeParams(int multiple, int delayMs, int decayTenths, int delayOut, int dryOut) {

@@ -4,16 +4,10 @@
 #include <vector>
 
 #include "platform/mediagraph/streams.h"
+#include "tests/support/formats.h"
 
 inline WAVEFORMATEX TestWfx(WORD tag, WORD channels, WORD bits, DWORD rate = 48000) {
-  WAVEFORMATEX w{};
-  w.wFormatTag = tag;
-  w.nChannels = channels;
-  w.nSamplesPerSec = rate;
-  w.wBitsPerSample = bits;
-  w.nBlockAlign = static_cast<WORD>(channels * bits / 8);
-  w.nAvgBytesPerSec = rate * w.nBlockAlign;
-  return w;
+  return PlainFormat(tag, channels, bits, rate);
 }
 
 // Connects output -> input pairs and, on destruction, stops the filters and disconnects both ends.

@@ -127,26 +127,6 @@ TEST_F(Loaded, ClassObjectRefusalsComeInOrder) {
   }
 }
 
-TEST(EffectTables, SixTwoRowTablesUnderTheLongNamesWithTheTableIdentifiers) {
-  const char16_t* names[] = {u"Time Stretch", u"Pitch Shift", u"Simple Delay", u"Multi-Tap Delay", u"Reverb", u"Chorus"};
-  for (int e = 0; e < QX_EFFECT_TABLES; ++e) {
-    SCOPED_TRACE(e);
-    const QxEffectClassTable& t = g_QxEffectTables[e];
-    ASSERT_EQ(t.count, 2);
-    const std::u16string filterName = std::u16string(u"LUMEA ") + names[e];
-    EXPECT_EQ(std::u16string(t.rows[0].m_Name), filterName);
-    EXPECT_EQ(std::u16string(t.rows[1].m_Name), filterName + u" Property Page");
-    EXPECT_EQ(*t.rows[0].m_ClsID, *g_Templates[2 * e].m_ClsID);
-    EXPECT_EQ(*t.rows[1].m_ClsID, *g_Templates[2 * e + 1].m_ClsID);
-    EXPECT_EQ(t.rows[0].m_lpfnNew, g_Templates[2 * e].m_lpfnNew);
-    ASSERT_NE(t.rows[0].m_pAMovieSetup_Filter, nullptr);
-    EXPECT_EQ(t.rows[0].m_pAMovieSetup_Filter, g_Templates[2 * e].m_pAMovieSetup_Filter);
-    EXPECT_EQ(std::u16string(t.rows[0].m_pAMovieSetup_Filter->strName), filterName);
-    EXPECT_EQ(*t.rows[0].m_pAMovieSetup_Filter->clsID, *t.rows[0].m_ClsID);
-    EXPECT_EQ(t.rows[1].m_pAMovieSetup_Filter, nullptr);
-  }
-}
-
 // A registry as a host machine might have it: another vendor's server and filter.
 void SeedForeignRegistration() {
   HKEY k = nullptr;

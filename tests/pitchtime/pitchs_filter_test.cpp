@@ -9,17 +9,11 @@
 
 #include "aplugins/qxppack1/pitchtime/pitchs_filter.h"
 #include "platform/mediagraph/endpoints.h"
+#include "tests/support/formats.h"
 
 namespace {
 WAVEFORMATEX Plain(WORD tag, WORD channels, WORD bits, DWORD rate = 8000) {
-  WAVEFORMATEX f{};
-  f.wFormatTag = tag;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = bits;
-  f.nBlockAlign = static_cast<WORD>(channels * bits / 8);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
+  return PlainFormat(tag, channels, bits, rate);
 }
 
 CMediaType TypeOf(const WAVEFORMATEX& f) {

@@ -94,10 +94,3 @@ TEST(Window, GetMessageEndsOnQuitAndRefusesAForeignFilterWindow) {
   t.join();
   EXPECT_EQ(GetMessage(&m, foreign, 0, 0), -1);
 }
-
-TEST(Window, WordHelpers) {
-  WPARAM w = MAKEWPARAM(0xBEEF, 100);
-  EXPECT_EQ(LOWORD(w), 0xBEEF);
-  EXPECT_EQ(HIWORD(w), 100);
-  EXPECT_EQ(WM_COMMAND, 0x0111u);
-}
