@@ -55,13 +55,6 @@ std::vector<double> Noise(size_t n, unsigned seed, double amp = 0.5) {
   return v;
 }
 
-template <class Form>
-struct FormInfo;
-template <> struct FormInfo<QxPcm8Form> { static constexpr WORD tag = 1, bits = 8; };
-template <> struct FormInfo<QxPcm16Form> { static constexpr WORD tag = 1, bits = 16; };
-template <> struct FormInfo<QxPcm32Form> { static constexpr WORD tag = 1, bits = 32; };
-template <> struct FormInfo<QxFloat32Form> { static constexpr WORD tag = 3, bits = 32; };
-template <> struct FormInfo<QxFloat64Form> { static constexpr WORD tag = 3, bits = 64; };
 }  // namespace
 
 TEST(ChorusEngine, LineLengthIsFifthOfASecondPlus100AndSetupDesignsOnce) {
@@ -152,7 +145,8 @@ void FormAgreesWithDouble(WORD channels, const ChorusParams& p) {
     in[k] = Form::Write(src[k]);
     ref[k] = Form::Read(in[k]);
   }
-  Rig a(FormInfo<Form>::tag, channels, FormInfo<Form>::bits, 44100, p);
+  const WAVEFORMATEX f = FormatOf<Form>(channels, 44100);
+  Rig a(f.wFormatTag, channels, f.wBitsPerSample, 44100, p);
   auto b = Float64(channels, p, 44100);
   a.Run(in.data(), frames);
   b->Run(ref.data(), frames);

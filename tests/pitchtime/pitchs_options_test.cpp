@@ -1,5 +1,5 @@
-// qxfx's pitch-shift options: taking them out of the command line, the page's conversion to
-// Semitones, Cents and Ratio, the limits, and setting them on a real filter.
+// qxfx's pitch-shift options: the page's conversion to Semitones, Cents and Ratio, the limits, and
+// setting them on a real filter (the parsing is qxfx's command-line test's).
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -7,28 +7,20 @@
 #include <vector>
 
 #include "aplugins/qxppack1/pitchtime/pitchs_filter.h"
+#include "tests/support/effect_rig.h"
 #include "tools/qxfx/pitch_options.h"
 
-TEST(PitchsOptions, TakesItsOptionsOutOfTheLineAndLeavesTheRest) {
-  std::vector<std::string> words = {"qxfx", "process", "in.wav", "--semitones", "7", "out.wav",
-                                    "--cents=-12.5", "pitch-shift", "--preserve-duration", "-q"};
-  std::vector<char*> argv;
-  for (std::string& w : words) argv.push_back(w.data());
-  argv.push_back(nullptr);
-  int argc = static_cast<int>(words.size());
-  std::string error;
-  ASSERT_TRUE(QxfxTakePitchOptions(&argc, argv.data(), &error)) << error;
-  ASSERT_EQ(argc, 6);
-  EXPECT_STREQ(argv[3], "out.wav");
-  EXPECT_STREQ(argv[5], "-q");
-  const QxfxPitchOptions& o = QxfxGivenPitchOptions();
-  EXPECT_TRUE(o.hasSemitones && o.hasCents && o.preserveDuration);
+TEST(PitchsOptions, ConvertAsThePageDoes) {
+  QxfxPitchOptions o;
+  o.hasSemitones = o.hasCents = o.preserveDuration = true;
+  o.semitones = 7;
+  o.cents = -12.5;
   QxfxPitchSetting s;
+  std::string error;
   ASSERT_TRUE(QxfxPitchSettingFor(o, &s, &error)) << error;
   EXPECT_EQ(s.semitones, 7);
   EXPECT_EQ(s.cents, -125);
-  // The same arithmetic as the transform's own.
-  EXPECT_EQ(s.ratio, QxPitchs_RatioFor(7, -125));
+  EXPECT_EQ(s.ratio, QxPitchs_RatioFor(7, -125));  // the same arithmetic as the transform's own
 }
 
 TEST(PitchsOptions, RefusesWhatThePageWouldNotTake) {
@@ -50,29 +42,23 @@ TEST(PitchsOptions, RefusesWhatThePageWouldNotTake) {
 }
 
 TEST(PitchsOptions, AppliesToPitchShiftOnly) {
-  HRESULT hr = S_OK;
-  auto* f = static_cast<CQxPitchs*>(CQxPitchs::CreateInstance(nullptr, &hr));
-  f->NonDelegatingAddRef();
+  CQxPitchs* f = NewEffect<CQxPitchs>();
   IUnknown* u = static_cast<IQxPitchsProp*>(f);
-  std::vector<std::string> words = {"qxfx", "--semitones", "-4", "--preserve-duration"};
-  std::vector<char*> argv;
-  for (std::string& w : words) argv.push_back(w.data());
-  argv.push_back(nullptr);
-  int argc = static_cast<int>(words.size());
-  std::string error;
-  ASSERT_TRUE(QxfxTakePitchOptions(&argc, argv.data(), &error));
+  QxfxEffectArgs args;
+  args.quiet = true;
+  args.pitch.hasSemitones = args.pitch.preserveDuration = true;
+  args.pitch.semitones = -4;
   QxfxEffect pitch{"pitch-shift", u"Pitch Shift", MakeGuid("ED1B4100-93BE-11D0-AEBC-00A0C9053912"), {}};
   QxfxEffect other{"reverb", u"Reverb", MakeGuid("607682E0-6E21-11D0-AEBC-00A0C9053912"), {}};
-  QxfxCommandLine cl;
-  cl.quiet = true;
-  EXPECT_FALSE(QxfxApplyPitchOptions(u, other, cl, &error));
-  ASSERT_TRUE(QxfxApplyPitchOptions(u, pitch, cl, &error)) << error;
+  std::string error;
+  EXPECT_FALSE(QxfxApplyPitchArgs(u, other, args, &error));
+  ASSERT_TRUE(QxfxApplyPitchArgs(u, pitch, args, &error)) << error;
   PitchParams p{};
   f->GetParams(&p);
   EXPECT_EQ(p.Semitones, -4);
   EXPECT_EQ(p.PreserveDuration, 1);
   EXPECT_DOUBLE_EQ(p.Ratio, std::pow(2.0, -4 / 12.0));
-  cl.settings.push_back({"Ratio", "15000"});
-  EXPECT_FALSE(QxfxApplyPitchOptions(u, pitch, cl, &error));
+  args.settings.push_back({"Ratio", "15000"});
+  EXPECT_FALSE(QxfxApplyPitchArgs(u, pitch, args, &error));
   f->NonDelegatingRelease();
 }

@@ -56,20 +56,6 @@ TEST(ResamplerKernel, ShapePerAccuracy) {
   }
 }
 
-TEST(ResamplerKernel, LinearTableIsBuiltThoughUnused) {
-  CQxResampler r;
-  ASSERT_EQ(r.PrepareResampler(1), S_OK);
-  const double* t = r.KernelTable.get();
-  EXPECT_EQ(t[0], 1.0);
-  EXPECT_EQ(t[1], 1999 / 2000.0);
-  EXPECT_EQ(t[1000], 0.5);
-  EXPECT_EQ(t[1999], 1 / 2000.0);
-  double sum = 0;
-  for (int32_t i = 0; i < 4000; ++i) sum += t[i];
-  EXPECT_NEAR(sum, 1000.5, 1e-9);  // a triangle reaching zero at entry 2000
-  for (int32_t i = 2000; i < QX_KERNEL_TABLE_SIZE; ++i) EXPECT_EQ(t[i], 0.0) << i;
-}
-
 TEST(ResamplerKernel, SincTables) {
   for (int32_t accuracy : {2, 3}) {
     CQxResampler r;

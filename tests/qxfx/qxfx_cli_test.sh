@@ -34,6 +34,13 @@ for case in "--tempo 150:8.400" ":10.000"; do
   [ "$("$qxfx" info t.wav | sed -E 's/.*\(([0-9.]+) s\).*/\1/')" = "${case##*:}" ] && ok || bad "tempo echo: $("$qxfx" info t.wav)"
 done
 
+# pitch-shift's and time-stretch's own options reach the filter; their mistakes are named.
+expect_ok "semitones" "$qxfx" process -q in.wav p.wav pitch-shift --semitones 7 --cents=-12.5 --preserve-duration
+[ "$("$qxfx" info p.wav | sed -E 's/.*\(([0-9.]+) s\).*/\1/')" = "8.000" ] && ok || bad "preserved duration: $("$qxfx" info p.wav)"
+expect_fail "percent text" "--percent takes a number, not 'ten'" "$qxfx" process in.wav d.wav time-stretch --percent=ten
+expect_fail "percent missing" "--percent needs a value" "$qxfx" process in.wav d.wav time-stretch --percent
+expect_fail "semitones range" "-12 to 12" "$qxfx" process in.wav d.wav pitch-shift --semitones 13 --preserve-duration
+
 # Garbage, truncated and foreign state files are reported, never crash, and leave no output.
 head -c 30 in.wav > garbage.qxs
 head -c 40 s.qxs > short.qxs

@@ -1,33 +1,19 @@
-// pitch-shift's --semitones, --cents and --preserve-duration for qxfx: taken out of the command
-// line before the common parser runs, converted as the page converts them, set through
-// IQxPitchsProp.
+// pitch-shift's --semitones, --cents and --preserve-duration for qxfx: converted as the page
+// converts them and set through IQxPitchsProp.
 #include "tools/qxfx/pitch_options.h"
 
 #include <cmath>
 #include <cstdio>
 
 #include "aplugins/qxppack1/pitchtime/pitchs_prop.h"
-#include "tools/qxfx/number_options.h"
 
 namespace {
-QxfxPitchOptions g_given;
-
 std::string Fixed(double v) {
   char buf[64];
   std::snprintf(buf, sizeof buf, "%g", v);
   return buf;
 }
 }  // namespace
-
-const QxfxPitchOptions& QxfxGivenPitchOptions() { return g_given; }
-
-bool QxfxTakePitchOptions(int* argc, char** argv, std::string* error) {
-  g_given = {};  // each command line starts from nothing
-  const QxfxNumberOption options[] = {{"--semitones", &g_given.hasSemitones, &g_given.semitones},
-                                       {"--cents", &g_given.hasCents, &g_given.cents}};
-  const QxfxSwitchOption switches[] = {{"--preserve-duration", &g_given.preserveDuration}};
-  return QxfxTakeNumberOptions(argc, argv, options, switches, error);
-}
 
 bool QxfxPitchSettingFor(const QxfxPitchOptions& o, QxfxPitchSetting* setting, std::string* error) {
   const int32_t limit = o.preserveDuration ? 12 : QX_PITCHS_MAX_SEMITONES;
@@ -47,13 +33,6 @@ bool QxfxPitchSettingFor(const QxfxPitchOptions& o, QxfxPitchSetting* setting, s
   s.ratio = std::pow(2.0, (s.cents / 1000.0 + s.semitones) / 12.0);
   *setting = s;
   return true;
-}
-
-bool QxfxApplyPitchOptions(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl,
-                           std::string* error) {
-  QxfxEffectArgs args = cl;
-  args.pitch = QxfxGivenPitchOptions();
-  return QxfxApplyPitchArgs(filter, effect, args, error);
 }
 
 bool QxfxApplyPitchArgs(IUnknown* filter, const QxfxEffect& effect, const QxfxEffectArgs& cl, std::string* error) {

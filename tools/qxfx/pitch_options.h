@@ -15,19 +15,11 @@ struct QxfxPitchSetting {
   double ratio = 1.0;
 };
 
-// Takes --semitones, --cents (each "--opt V" or "--opt=V") and --preserve-duration out of argv,
-// so that the common parser never sees them, and keeps them for QxfxApplyPitchOptions.
-bool QxfxTakePitchOptions(int* argc, char** argv, std::string* error);
-const QxfxPitchOptions& QxfxGivenPitchOptions();
-
 // The stored values: Semitones a whole number in -50 to 50 (-12 to 12 with preserved duration, as
 // the page holds it), Cents the cents x 10 in -1000 to 1000, and Ratio 2 ^ ((Cents / 1000 +
 // Semitones) / 12).
 bool QxfxPitchSettingFor(const QxfxPitchOptions& options, QxfxPitchSetting* setting, std::string* error);
 
-// Sets the kept options on a pitch-shift filter, after the other effect options. Refuses them for
-// other effects and beside --set Ratio.
-bool QxfxApplyPitchOptions(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl,
-                           std::string* error);
-// The same for one effect of a chain, with its own options.
+// Sets one effect's pitch options on a pitch-shift filter, after its other effect options. Refuses
+// them for other effects and beside --set Ratio.
 bool QxfxApplyPitchArgs(IUnknown* filter, const QxfxEffect& effect, const QxfxEffectArgs& args, std::string* error);

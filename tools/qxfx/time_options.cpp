@@ -1,31 +1,19 @@
-// time-stretch's --percent and --tempo-from / --tempo-to for qxfx: taken out of the command line
-// before the common parser runs, converted to FinalLength and set through IQxTimeProp.
+// time-stretch's --percent and --tempo-from / --tempo-to for qxfx: converted to FinalLength as the
+// page converts them and set through IQxTimeProp.
 #include "tools/qxfx/time_options.h"
 
 #include <cmath>
 #include <cstdio>
 
 #include "aplugins/qxppack1/pitchtime/time_prop.h"
-#include "tools/qxfx/number_options.h"
 
 namespace {
-QxfxTimeOptions g_given;
-
 std::string Fixed(double v) {
   char buf[64];
   std::snprintf(buf, sizeof buf, "%.2f", v);
   return buf;
 }
 }  // namespace
-
-const QxfxTimeOptions& QxfxGivenTimeOptions() { return g_given; }
-
-bool QxfxTakeTimeOptions(int* argc, char** argv, std::string* error) {
-  const QxfxNumberOption options[] = {{"--percent", &g_given.hasPercent, &g_given.percent},
-                                       {"--tempo-from", &g_given.hasTempoFrom, &g_given.tempoFrom},
-                                       {"--tempo-to", &g_given.hasTempoTo, &g_given.tempoTo}};
-  return QxfxTakeNumberOptions(argc, argv, options, {}, error);
-}
 
 bool QxfxTimeSettingFor(const QxfxTimeOptions& o, QxfxTimeSetting* setting, std::string* error) {
   const bool tempo = o.hasTempoFrom || o.hasTempoTo;
@@ -63,13 +51,6 @@ bool QxfxTimeSettingFor(const QxfxTimeOptions& o, QxfxTimeSetting* setting, std:
   }
   *setting = s;
   return true;
-}
-
-bool QxfxApplyTimeOptions(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl,
-                          std::string* error) {
-  QxfxEffectArgs args = cl;
-  args.time = QxfxGivenTimeOptions();
-  return QxfxApplyTimeArgs(filter, effect, args, error);
 }
 
 bool QxfxApplyTimeArgs(IUnknown* filter, const QxfxEffect& effect, const QxfxEffectArgs& cl, std::string* error) {

@@ -15,12 +15,6 @@ struct QxfxTimeSetting {
   uint32_t initialTempo = 0;
 };
 
-// Takes --percent, --tempo-from and --tempo-to (each as "--opt V" or "--opt=V") out of argv, so
-// that the common parser never sees them, and keeps them for QxfxApplyTimeOptions.
-bool QxfxTakeTimeOptions(int* argc, char** argv, std::string* error);
-// The options QxfxTakeTimeOptions kept.
-const QxfxTimeOptions& QxfxGivenTimeOptions();
-
 // FinalLength from the options as the page computes it: P x 100 for a percentage, and
 // trunc(A x 100) / (B x 0.01) for tempi. Refuses values outside the effect's 50 % to 500 %.
 bool QxfxTimeSettingFor(const QxfxTimeOptions& options, QxfxTimeSetting* setting, std::string* error);
@@ -28,6 +22,3 @@ bool QxfxTimeSettingFor(const QxfxTimeOptions& options, QxfxTimeSetting* setting
 // Sets an effect's time options on a time-stretch filter, after the other effect options. Refuses
 // them for other effects and beside --set FinalLength.
 bool QxfxApplyTimeArgs(IUnknown* filter, const QxfxEffect& effect, const QxfxEffectArgs& args, std::string* error);
-// The same with the options QxfxTakeTimeOptions kept and the settings of `cl`.
-bool QxfxApplyTimeOptions(IUnknown* filter, const QxfxEffect& effect, const QxfxCommandLine& cl,
-                          std::string* error);
