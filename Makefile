@@ -6,8 +6,10 @@ DEB_PACKAGES := cmake g++ make pkg-config libsndfile1-dev libgtest-dev libgmock-
 # The peers the benchmarks compare against, beyond sox.
 BENCH_PACKAGES := soundstretch
 CMAKE_FLAGS ?=
+# Where `make install` puts the module, its headers, pkg-config file and tools.
+PREFIX ?= /usr/local
 
-.PHONY: all deps build demo test test-san bench clean
+.PHONY: all deps build demo test test-san bench install clean
 
 all: build
 
@@ -34,6 +36,9 @@ test: build
 # The same suite under AddressSanitizer and UndefinedBehaviorSanitizer, as CI runs it.
 test-san:
 	$(MAKE) test BUILD=$(SAN_BUILD) CMAKE_FLAGS="-DQX_SANITIZE=ON -DQX_BENCH=OFF"
+
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
 
 bench:
 	$(MAKE) build EXTRA_PACKAGES="$(BENCH_PACKAGES)"
