@@ -15,5 +15,6 @@ flags=$(PKG_CONFIG_PATH="$pcdir" "$pkgconfig" --cflags --libs qxppack1)
 cp "$here/reverb_host.cpp" "$tmp/"
 (cd "$tmp" && "$cxx" -std=c++20 "$@" reverb_host.cpp $flags -o reverb_host)
 # The host finds the module through the path pkg-config gave it, not the build tree.
-ldd "$tmp/reverb_host" | grep -q "$tmp/prefix/.*libqxppack1.so" || { echo "host does not load the installed module"; exit 1; }
+libs=$(ldd "$tmp/reverb_host")
+[[ $libs == *"$tmp/prefix/"*libqxppack1.so* ]] || { echo "host does not load the installed module:"; echo "$libs"; exit 1; }
 "$tmp/reverb_host"
