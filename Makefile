@@ -2,7 +2,8 @@
 BUILD ?= build
 SAN_BUILD ?= build-san
 JOBS ?= $(shell nproc)
-DEB_PACKAGES := cmake g++ make pkg-config libsndfile1-dev libgtest-dev libgmock-dev libbenchmark-dev sox
+DEB_PACKAGES := cmake g++ make pkg-config libsndfile1-dev libgtest-dev libgmock-dev libbenchmark-dev sox \
+  libcairo2-dev libpango1.0-dev fonts-dejavu-core libx11-dev xvfb xdotool
 # The peers the benchmarks compare against, beyond sox.
 BENCH_PACKAGES := soundstretch
 CMAKE_FLAGS ?=
