@@ -34,7 +34,8 @@ test: build
 
 # The same suite under AddressSanitizer and UndefinedBehaviorSanitizer, as CI runs it.
 test-san:
-	$(MAKE) test BUILD=$(SAN_BUILD) CMAKE_FLAGS="-DQX_SANITIZE=ON -DQX_BENCH=OFF"
+	LSAN_OPTIONS=suppressions=$(CURDIR)/.ci/lsan.supp:print_suppressions=0 \
+	  $(MAKE) test BUILD=$(SAN_BUILD) CMAKE_FLAGS="-DQX_SANITIZE=ON -DQX_BENCH=OFF"
 
 bench:
 	$(MAKE) build EXTRA_PACKAGES="$(BENCH_PACKAGES)"

@@ -4,6 +4,8 @@
 
 #include <cairo.h>
 
+#include <vector>
+
 #include "platform/ui/window_internal.h"
 
 using namespace qxui;
@@ -147,6 +149,29 @@ COLORREF QxHeadless_Pixel(HWND hwnd, int x, int y) {
   cairo_surface_flush(s);
   uint32_t px = reinterpret_cast<const uint32_t*>(cairo_image_surface_get_data(s) + y * cairo_image_surface_get_stride(s))[x];
   return RGB((px >> 16) & 0xFF, (px >> 8) & 0xFF, px & 0xFF);
+}
+
+BOOL QxHeadless_SaveScreenPng(const char* path) {
+  RECT all{};
+  std::vector<HWND> tops = Ui().topLevels;
+  for (HWND t : tops) {
+    RECT r;
+    if (IsWindowVisible(t) && GetWindowRect(t, &r)) UnionRect(&all, &all, &r);
+  }
+  if (IsRectEmpty(&all)) return FALSE;
+  cairo_surface_t* out = cairo_image_surface_create(CAIRO_FORMAT_RGB24, all.right - all.left, all.bottom - all.top);
+  cairo_t* cr = cairo_create(out);
+  for (HWND t : tops) {
+    RECT r;
+    if (!IsWindowVisible(t) || !GetWindowRect(t, &r)) continue;
+    UpdateWindow(t);
+    cairo_set_source_surface(cr, Find(t)->surface->image, r.left - all.left, r.top - all.top);
+    cairo_paint(cr);
+  }
+  cairo_destroy(cr);
+  bool ok = cairo_surface_write_to_png(out, path) == CAIRO_STATUS_SUCCESS;
+  cairo_surface_destroy(out);
+  return ok;
 }
 
 BOOL QxHeadless_SavePng(HWND hwnd, const char* path) {

@@ -36,3 +36,6 @@ void QxHeadless_Type(const WCHAR* text);
 COLORREF QxHeadless_Pixel(HWND hwnd, int x, int y);
 // Writes the back buffer of `hwnd`'s top-level as PNG, after painting what is pending.
 BOOL QxHeadless_SavePng(HWND hwnd, const char* path);
+// Writes every visible top-level of the thread where it stands on the screen (popups over their
+// owners), cropped to their union, as PNG.
+BOOL QxHeadless_SaveScreenPng(const char* path);

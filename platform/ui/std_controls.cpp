@@ -545,7 +545,7 @@ void PaintEdit(HWND h, HDC dc) {
     DrawTextW(dc, e->text.c_str(), -1, &tr, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX | DT_NOCLIP);
     RestoreDC(dc, saved);
   }
-  if (e->focus) {
+  if (e->focus && Ui().caretHidden == 0) {
     int cx = x0 + Advance(h, e->text, e->caret);
     RECT caret{cx, inner.top + 3, cx + 1, inner.bottom - 3};
     HBRUSH cb = CreateSolidBrush(textColor);

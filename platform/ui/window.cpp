@@ -195,6 +195,8 @@ void WaitForInput() {
     else q.wake.wait_for(g, std::chrono::milliseconds(timeout), ready);
     return;
   }
+  // Presenting may have made the display read events into its own queue, which poll() cannot see.
+  PumpSources();
   std::vector<pollfd> fds;
   for (auto& s : ui.sources) fds.push_back(pollfd{s.fd, POLLIN, 0});
   fds.push_back(pollfd{q.fd, POLLIN, 0});
@@ -202,7 +204,8 @@ void WaitForInput() {
     std::lock_guard<std::mutex> g(q.lock);
     if (!q.messages.empty()) return;
   }
-  poll(fds.data(), fds.size(), timeout < 0 ? -1 : static_cast<int>(timeout));
+  // Bounded, in case a library call between here and there buffered events unseen.
+  poll(fds.data(), fds.size(), timeout < 0 || timeout > 100 ? 100 : static_cast<int>(timeout));
   uint64_t n;
   if (fds.back().revents & POLLIN) (void)!read(q.fd, &n, sizeof n);
 }

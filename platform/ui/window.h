@@ -196,6 +196,9 @@ HWND GetActiveWindow();
 short GetKeyState(int vk);
 short GetAsyncKeyState(int vk);
 BOOL GetCursorPos(POINT* pt);
+// The edit box's caret: hidden while HideCaret calls outnumber ShowCaret calls.
+BOOL HideCaret(HWND hwnd);
+BOOL ShowCaret(HWND hwnd);
 
 struct HCURSOR__;
 using HCURSOR = HCURSOR__*;

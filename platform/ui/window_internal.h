@@ -57,7 +57,8 @@ struct Wnd {
   std::map<std::u16string, HANDLE> props;
   RECT update{};  // invalid part, in top-level coordinates
   bool erase = false;
-  bool destroying = false;
+  bool dying = false;       // from WM_DESTROY on: a second DestroyWindow is refused
+  bool destroying = false;  // after WM_NCDESTROY: IsWindow answers FALSE
   std::unique_ptr<Surface> surface;  // top-levels only
   void* xDisplay = nullptr;  // X11 top-levels and host windows: the connection they live on
   unsigned long xid = 0;     // a host's native window that this record stands for (no procedure)
@@ -96,7 +97,8 @@ struct ThreadUi {
   std::vector<NativeSource> sources;
   void* x11Display = nullptr;  // the thread's default display for new top-levels
   int depth = 0;  // nested message calls
-  int modal = 0;  // running modal loops (menus, modal dialogs), which read the input themselves
+  int modal = 0;
+  int caretHidden = 0;  // running modal loops (menus, modal dialogs), which read the input themselves
   std::vector<std::unique_ptr<Wnd>> graveyard;  // destroyed records, freed at depth 0
 };
 

@@ -131,16 +131,13 @@ void DestroyTree(HWND h) {
   if (!Find(h)) return;
   if (ui.capture && InSubtree(h, ui.capture)) ReleaseCapture();
   if (ui.focus && InSubtree(h, ui.focus)) ui.focus = nullptr;
+  if (Wnd* w = Find(h)) w->dying = true;
   SendMessage(h, WM_DESTROY, 0, 0);
   Wnd* w = Find(h);
   if (!w) return;
   std::vector<HWND> kids = w->children;
-  for (HWND c : kids) {
-    if (Wnd* cw = Find(c)) {
-      cw->destroying = false;
-      DestroyTree(c);
-    }
-  }
+  for (HWND c : kids)
+    if (Wnd* cw = Find(c); cw && !cw->dying) DestroyTree(c);
   SendMessage(h, WM_NCDESTROY, 0, 0);
   w = Find(h);
   if (!w) return;
@@ -223,7 +220,7 @@ BOOL DestroyWindow(HWND hwnd) {
     Unregister(hwnd);
     return TRUE;
   }
-  if (w->thread != GetCurrentThreadId() || w->destroying) return FALSE;
+  if (w->thread != GetCurrentThreadId() || w->dying) return FALSE;
   if ((w->style & WS_VISIBLE) && w->IsChild()) {
     HWND p = w->parent;
     RECT r = VisibleRectInTop(hwnd);
@@ -666,6 +663,18 @@ short GetAsyncKeyState(int vk) { return GetKeyState(vk); }
 BOOL GetCursorPos(POINT* pt) {
   if (!pt) return FALSE;
   *pt = Ui().cursorPos;
+  return TRUE;
+}
+
+BOOL HideCaret(HWND) {
+  ThreadUi& ui = Ui();
+  if (ui.caretHidden++ == 0 && ui.focus) InvalidateRect(ui.focus, nullptr, FALSE);
+  return TRUE;
+}
+BOOL ShowCaret(HWND) {
+  ThreadUi& ui = Ui();
+  if (ui.caretHidden == 0) return FALSE;
+  if (--ui.caretHidden == 0 && ui.focus) InvalidateRect(ui.focus, nullptr, FALSE);
   return TRUE;
 }
 

@@ -1,5 +1,6 @@
 // Dialogs, standard controls and menus, driven by injected input on the sample dialog: keyboard
 // navigation, each control's notifications, the drop list's popup, and popup menus.
+#include "kernel/controls/dialogs.h"
 #include "platform/ui/menu.h"
 #include "platform/ui/sample_dialog.h"
 #include "tests/ui/ui_rig.h"
@@ -47,6 +48,22 @@ TEST_F(Dialogs, TemplateMakesTheControlsInDialogUnits) {
   EXPECT_EQ(b - a, 5u);
   EXPECT_EQ(SendDlgItemMessage(dlg, kSampleCombo, CB_GETCURSEL, 0, 0), 3);
   EXPECT_EQ(IsDlgButtonChecked(dlg, kSampleRadio1), BST_CHECKED);
+}
+
+TEST_F(Dialogs, KernelHelpersFindAModulesTemplateByNumber) {
+  auto module = reinterpret_cast<HINSTANCE>(0x5000);
+  ASSERT_TRUE(QxUi_AddDialogTemplate(module, 3001, QxSample_Template(true)));
+  SIZE s{};
+  EXPECT_TRUE(QxGetDialogSize(module, MAKEINTRESOURCEW(3001), &s));
+  EXPECT_EQ(s.cx, 386);
+  EXPECT_EQ(s.cy, 338);
+  EXPECT_FALSE(QxGetDialogSize(module, MAKEINTRESOURCEW(3002), &s));
+  HWND page = QxCreateDialogParam(module, MAKEINTRESOURCEW(3001), dlg, QxSample_Proc, 0);
+  ASSERT_NE(page, nullptr);
+  EXPECT_EQ(GetParent(page), dlg);
+  EXPECT_EQ(GetDlgCtrlID(GetFocus()), kSampleEdit);
+  EXPECT_TRUE(IsChild(page, GetFocus()));
+  DestroyWindow(page);
 }
 
 TEST_F(Dialogs, KeyboardNavigatesByTabOrderGroupsAndMnemonics) {

@@ -72,10 +72,12 @@ bool PumpUntil(F done) {
 class X11 : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    int n = 90 + getpid() % 400;
+    // The server picks a free display and says which once it accepts connections.
+    server_ = new Child({"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp"}, true);
+    int n = -1;
+    if (!server_->out || fscanf(server_->out, "%d", &n) != 1) return;
     display_ = ":" + std::to_string(n);
-    server_ = new Child({"Xvfb", display_, "-screen", "0", "800x600x24", "-nolisten", "tcp"}, false);
-    for (int i = 0; i < 500 && !dpy_; ++i) {
+    for (int i = 0; i < 100 && !dpy_; ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
       dpy_ = XOpenDisplay(display_.c_str());
     }
@@ -87,7 +89,7 @@ class X11 : public ::testing::Test {
     delete server_;
   }
   void SetUp() override {
-    ASSERT_NE(dpy_, nullptr) << "Xvfb did not start on " << display_;
+    ASSERT_NE(dpy_, nullptr) << "Xvfb did not start (display '" << display_ << "')";
     QxSample_Log().clear();
   }
   static bool Logged(int id, int code) {

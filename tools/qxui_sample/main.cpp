@@ -6,14 +6,19 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <string>
+
 #include "platform/ui/headless.h"
+#include "platform/ui/menu.h"
 #include "platform/ui/sample_dialog.h"
 #include "platform/ui/x11.h"
 
 namespace {
 int Usage() {
   std::fprintf(stderr,
-               "usage: qxui-sample --png FILE      render the sample dialog headless to FILE\n"
+               "usage: qxui-sample --png FILE [--drop|--menu]\n"
+               "                                   render the sample dialog headless to FILE, with its\n"
+               "                                   drop list open or a popup menu over it\n"
                "       qxui-sample --window        open it as a window on $DISPLAY until closed\n"
                "       qxui-sample --embed XID     open it inside the X window XID until closed\n"
                "       qxui-sample --host          make a plain X window, print its id, wait\n");
@@ -23,9 +28,37 @@ int Usage() {
 
 int main(int argc, char** argv) {
   if (argc < 2) return Usage();
-  if (!std::strcmp(argv[1], "--png") && argc == 3) {
+  if (!std::strcmp(argv[1], "--png") && (argc == 3 || argc == 4)) {
+    QxHeadless_UseVirtualClock();
     HWND dlg = CreateDialogIndirectParamW(nullptr, QxSample_Template(false), nullptr, QxSample_Proc, 0);
-    if (!dlg || !QxHeadless_SavePng(dlg, argv[2])) {
+    bool ok = dlg != nullptr;
+    std::string extra = argc == 4 ? argv[3] : "";
+    if (ok && extra == "--drop") {
+      SendDlgItemMessage(dlg, kSampleCombo, CB_SHOWDROPDOWN, TRUE, 0);
+      ok = QxHeadless_SaveScreenPng(argv[2]);
+    } else if (ok && extra == "--menu") {
+      HMENU presets = CreatePopupMenu(), menu = CreatePopupMenu();
+      AppendMenuW(presets, MF_STRING, 40500, u"Slap back");
+      AppendMenuW(presets, MF_STRING | MF_CHECKED, 40501, u"Long echo");
+      AppendMenuW(menu, MF_POPUP, reinterpret_cast<UINT_PTR>(presets), u"&Presets");
+      AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
+      AppendMenuW(menu, MF_STRING, 41000, u"&Help");
+      AppendMenuW(menu, MF_STRING | MF_GRAYED, 41001, u"&About...");
+      int step = 0;
+      QxHeadless_SetIdleHook([&] {
+        switch (step++) {
+          case 0: QxHeadless_Key(VK_DOWN); return true;   // "Presets"
+          case 1: QxHeadless_Key(VK_RIGHT); return true;  // its submenu, first item lit
+        }
+        ok = QxHeadless_SaveScreenPng(argv[2]);
+        return false;
+      });
+      TrackPopupMenu(menu, TPM_RETURNCMD, 120, 60, 0, dlg, nullptr);
+      DestroyMenu(menu);
+    } else if (ok) {
+      ok = QxHeadless_SavePng(dlg, argv[2]);
+    }
+    if (!ok) {
       std::fprintf(stderr, "qxui-sample: cannot write %s\n", argv[2]);
       return 1;
     }
