@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/registry/utf.h"
 #include "platform/ui/window_internal.h"
 
 namespace {
@@ -277,33 +278,7 @@ void Surface::Resize(int w, int h) {
   cy = h;
 }
 
-std::string Utf8(std::u16string_view s) {
-  std::string out;
-  for (size_t i = 0; i < s.size(); ++i) {
-    uint32_t c = s[i];
-    if (c >= 0xD800 && c < 0xDC00 && i + 1 < s.size() && s[i + 1] >= 0xDC00 && s[i + 1] < 0xE000) {
-      c = 0x10000 + ((c - 0xD800) << 10) + (s[++i] - 0xDC00);
-    } else if (c >= 0xD800 && c < 0xE000) {
-      c = 0xFFFD;
-    }
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += static_cast<char>(0xC0 | (c >> 6));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += static_cast<char>(0xE0 | (c >> 12));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | (c >> 18));
-      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-  }
-  return out;
-}
+std::string Utf8(std::u16string_view s) { return QxUtf16ToUtf8(s); }
 
 HDC MakeWindowDc(HWND hwnd, const RECT* limitInTop) {
   Wnd* w = Find(hwnd);
@@ -540,14 +515,10 @@ BOOL Rectangle(HDC hdc, int l, int t, int r, int b) {
   return TRUE;
 }
 
-BOOL Ellipse(HDC hdc, int l, int t, int r, int b) {
-  if (!hdc || r <= l || b <= t) return FALSE;
+namespace {
+// Fills the current path with the DC's brush and outlines it with its pen.
+void FillAndStroke(HDC hdc) {
   cairo_t* cr = hdc->cr;
-  cairo_save(cr);
-  cairo_translate(cr, (l + r) / 2.0, (t + b) / 2.0);
-  cairo_scale(cr, (r - l) / 2.0, (b - t) / 2.0);
-  cairo_arc(cr, 0, 0, 1, 0, 2 * M_PI);
-  cairo_restore(cr);
   if (!hdc->st.brush->null) {
     SetSource(cr, BrushColor(hdc, hdc->st.brush));
     cairo_fill_preserve(cr);
@@ -558,6 +529,18 @@ BOOL Ellipse(HDC hdc, int l, int t, int r, int b) {
     cairo_stroke(cr);
   }
   cairo_new_path(cr);
+}
+}  // namespace
+
+BOOL Ellipse(HDC hdc, int l, int t, int r, int b) {
+  if (!hdc || r <= l || b <= t) return FALSE;
+  cairo_t* cr = hdc->cr;
+  cairo_save(cr);
+  cairo_translate(cr, (l + r) / 2.0, (t + b) / 2.0);
+  cairo_scale(cr, (r - l) / 2.0, (b - t) / 2.0);
+  cairo_arc(cr, 0, 0, 1, 0, 2 * M_PI);
+  cairo_restore(cr);
+  FillAndStroke(hdc);
   return TRUE;
 }
 
@@ -609,16 +592,7 @@ BOOL Polygon(HDC hdc, const POINT* p, int n) {
   cairo_move_to(cr, p[0].x + 0.5, p[0].y + 0.5);
   for (int i = 1; i < n; ++i) cairo_line_to(cr, p[i].x + 0.5, p[i].y + 0.5);
   cairo_close_path(cr);
-  if (!hdc->st.brush->null) {
-    SetSource(cr, BrushColor(hdc, hdc->st.brush));
-    cairo_fill_preserve(cr);
-  }
-  if (hdc->st.pen->style != PS_NULL) {
-    SetSource(cr, PenColor(hdc, hdc->st.pen));
-    cairo_set_line_width(cr, hdc->st.pen->width);
-    cairo_stroke(cr);
-  }
-  cairo_new_path(cr);
+  FillAndStroke(hdc);
   return TRUE;
 }
 
@@ -652,20 +626,26 @@ BOOL DrawFocusRect(HDC hdc, const RECT* r) {
   return TRUE;
 }
 
-BOOL StretchBlt(HDC dst, int x, int y, int cx, int cy, HDC src, int sx, int sy, int scx, int scy, DWORD) {
-  if (!dst || !src || scx <= 0 || scy <= 0) return FALSE;
-  cairo_surface_flush(src->target);
+namespace {
+// Copies the source rectangle at (sx, sy) of `src`, scx by scy, onto cx by cy at (x, y).
+void PaintScaled(HDC dst, cairo_surface_t* src, int sx, int sy, int x, int y, int cx, int cy, int scx, int scy) {
   cairo_t* cr = dst->cr;
   cairo_save(cr);
   cairo_rectangle(cr, x, y, cx, cy);
   cairo_clip(cr);
   cairo_translate(cr, x, y);
   cairo_scale(cr, static_cast<double>(cx) / scx, static_cast<double>(cy) / scy);
-  cairo_set_source_surface(cr, src->target, -(sx + src->base.x + src->st.org.x), -(sy + src->base.y + src->st.org.y));
+  cairo_set_source_surface(cr, src, -sx, -sy);
   cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_NEAREST);
-  cairo_set_operator(cr, CAIRO_OPERATOR_OVER);
   cairo_paint(cr);
   cairo_restore(cr);
+}
+}  // namespace
+
+BOOL StretchBlt(HDC dst, int x, int y, int cx, int cy, HDC src, int sx, int sy, int scx, int scy, DWORD) {
+  if (!dst || !src || scx <= 0 || scy <= 0) return FALSE;
+  cairo_surface_flush(src->target);
+  PaintScaled(dst, src->target, sx + src->base.x + src->st.org.x, sy + src->base.y + src->st.org.y, x, y, cx, cy, scx, scy);
   return TRUE;
 }
 
@@ -704,16 +684,7 @@ cairo_surface_t* KeyedCopy(cairo_surface_t* s, int sx, int sy, int w, int h, COL
 BOOL TransparentBlt(HDC dst, int x, int y, int cx, int cy, HDC src, int sx, int sy, int scx, int scy, UINT key) {
   if (!dst || !src || scx <= 0 || scy <= 0) return FALSE;
   cairo_surface_t* k = KeyedCopy(src->target, sx + src->base.x, sy + src->base.y, scx, scy, key);
-  cairo_t* cr = dst->cr;
-  cairo_save(cr);
-  cairo_rectangle(cr, x, y, cx, cy);
-  cairo_clip(cr);
-  cairo_translate(cr, x, y);
-  cairo_scale(cr, static_cast<double>(cx) / scx, static_cast<double>(cy) / scy);
-  cairo_set_source_surface(cr, k, 0, 0);
-  cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_NEAREST);
-  cairo_paint(cr);
-  cairo_restore(cr);
+  PaintScaled(dst, k, 0, 0, x, y, cx, cy, scx, scy);
   cairo_surface_destroy(k);
   return TRUE;
 }

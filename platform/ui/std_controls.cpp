@@ -62,6 +62,41 @@ void Chevron(HDC dc, double cx, double cy, COLORREF c) {
   cairo_restore(cr);
 }
 
+// What every standard control answers alike: its record's life, its font and its painting.
+template <class T>
+bool Common(HWND h, UINT msg, WPARAM wParam, LPARAM lParam, void (*paint)(HWND, HDC), LRESULT* r) {
+  T* s = State<T>(h);
+  *r = 0;
+  switch (msg) {
+    case WM_NCCREATE:
+      SetWindowLongPtr(h, 0, reinterpret_cast<LONG_PTR>(new T));
+      *r = TRUE;
+      return true;
+    case WM_NCDESTROY:
+      delete s;
+      SetWindowLongPtr(h, 0, 0);
+      return true;
+    case WM_SETFONT:
+      s->font = reinterpret_cast<HFONT>(wParam);
+      if (lParam) InvalidateRect(h, nullptr, TRUE);
+      return true;
+    case WM_GETFONT:
+      *r = reinterpret_cast<LRESULT>(s->font);
+      return true;
+    case WM_ERASEBKGND:
+      *r = 1;
+      return true;
+    case WM_PAINT: {
+      PAINTSTRUCT ps;
+      HDC dc = BeginPaint(h, &ps);
+      paint(h, dc);
+      EndPaint(h, &ps);
+      return true;
+    }
+  }
+  return false;
+}
+
 // ---- BUTTON --------------------------------------------------------------------------------------
 
 struct Button {
@@ -195,21 +230,9 @@ void PaintButton(HWND h, HDC dc) {
 }
 
 LRESULT ButtonProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
+  if (LRESULT r; Common<Button>(h, msg, wParam, lParam, PaintButton, &r)) return r;
   Button* b = State<Button>(h);
   switch (msg) {
-    case WM_NCCREATE:
-      SetWindowLongPtr(h, 0, reinterpret_cast<LONG_PTR>(new Button));
-      return TRUE;
-    case WM_NCDESTROY:
-      delete b;
-      SetWindowLongPtr(h, 0, 0);
-      return 0;
-    case WM_SETFONT:
-      b->font = reinterpret_cast<HFONT>(wParam);
-      if (lParam) InvalidateRect(h, nullptr, TRUE);
-      return 0;
-    case WM_GETFONT:
-      return reinterpret_cast<LRESULT>(b->font);
     case WM_NCHITTEST:
       return Type(h) == BS_GROUPBOX ? HTTRANSPARENT : HTCLIENT;
     case WM_GETDLGCODE: {
@@ -309,15 +332,6 @@ LRESULT ButtonProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
     case WM_ENABLE:
       InvalidateRect(h, nullptr, TRUE);
       return 0;
-    case WM_ERASEBKGND:
-      return 1;
-    case WM_PAINT: {
-      PAINTSTRUCT ps;
-      HDC dc = BeginPaint(h, &ps);
-      PaintButton(h, dc);
-      EndPaint(h, &ps);
-      return 0;
-    }
   }
   return DefWindowProc(h, msg, wParam, lParam);
 }
@@ -378,21 +392,9 @@ void PaintStatic(HWND h, HDC dc) {
 }
 
 LRESULT StaticProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
+  if (LRESULT r; Common<Static>(h, msg, wParam, lParam, PaintStatic, &r)) return r;
   Static* s = State<Static>(h);
   switch (msg) {
-    case WM_NCCREATE:
-      SetWindowLongPtr(h, 0, reinterpret_cast<LONG_PTR>(new Static));
-      return TRUE;
-    case WM_NCDESTROY:
-      delete s;
-      SetWindowLongPtr(h, 0, 0);
-      return 0;
-    case WM_SETFONT:
-      s->font = reinterpret_cast<HFONT>(wParam);
-      if (lParam) InvalidateRect(h, nullptr, TRUE);
-      return 0;
-    case WM_GETFONT:
-      return reinterpret_cast<LRESULT>(s->font);
     case WM_NCHITTEST:
       return (GetWindowLong(h, GWL_STYLE) & SS_NOTIFY) ? HTCLIENT : HTTRANSPARENT;
     case WM_GETDLGCODE:
@@ -412,15 +414,6 @@ LRESULT StaticProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
     case WM_ENABLE:
       InvalidateRect(h, nullptr, TRUE);
       return 0;
-    case WM_ERASEBKGND:
-      return 1;
-    case WM_PAINT: {
-      PAINTSTRUCT ps;
-      HDC dc = BeginPaint(h, &ps);
-      PaintStatic(h, dc);
-      EndPaint(h, &ps);
-      return 0;
-    }
   }
   return DefWindowProc(h, msg, wParam, lParam);
 }
@@ -555,27 +548,14 @@ void PaintEdit(HWND h, HDC dc) {
 }
 
 LRESULT EditProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
+  if (LRESULT r; Common<Edit>(h, msg, wParam, lParam, PaintEdit, &r)) return r;
   Edit* e = State<Edit>(h);
   auto len = [&] { return static_cast<int>(e->text.size()); };
   bool ro = GetWindowLong(h, GWL_STYLE) & ES_READONLY;
   switch (msg) {
-    case WM_NCCREATE: {
-      auto* ne = new Edit;
-      SetWindowLongPtr(h, 0, reinterpret_cast<LONG_PTR>(ne));
-      auto* cs = reinterpret_cast<CREATESTRUCTW*>(lParam);
-      if (cs && cs->lpszName) ne->text = cs->lpszName;
-      return TRUE;
-    }
-    case WM_NCDESTROY:
-      delete e;
-      SetWindowLongPtr(h, 0, 0);
+    case WM_CREATE:
+      if (auto* cs = reinterpret_cast<CREATESTRUCTW*>(lParam); cs && cs->lpszName) e->text = cs->lpszName;
       return 0;
-    case WM_SETFONT:
-      e->font = reinterpret_cast<HFONT>(wParam);
-      if (lParam) InvalidateRect(h, nullptr, TRUE);
-      return 0;
-    case WM_GETFONT:
-      return reinterpret_cast<LRESULT>(e->font);
     case WM_SETTEXT:
       e->text = lParam ? reinterpret_cast<LPCWSTR>(lParam) : u"";
       e->anchor = e->caret = 0;
@@ -750,15 +730,6 @@ LRESULT EditProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
     case WM_ENABLE:
       InvalidateRect(h, nullptr, TRUE);
       return 0;
-    case WM_ERASEBKGND:
-      return 1;
-    case WM_PAINT: {
-      PAINTSTRUCT ps;
-      HDC dc = BeginPaint(h, &ps);
-      PaintEdit(h, dc);
-      EndPaint(h, &ps);
-      return 0;
-    }
   }
   return DefWindowProc(h, msg, wParam, lParam);
 }
@@ -884,33 +855,22 @@ void PaintCombo(HWND h, HDC dc) {
 }
 
 LRESULT ComboProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
+  if (LRESULT r; Common<Combo>(h, msg, wParam, lParam, PaintCombo, &r)) return r;
   Combo* c = State<Combo>(h);
   int n = c ? static_cast<int>(c->items.size()) : 0;
   switch (msg) {
-    case WM_NCCREATE:
-      SetWindowLongPtr(h, 0, reinterpret_cast<LONG_PTR>(new Combo));
-      return TRUE;
     case WM_CREATE: {
       auto* cs = reinterpret_cast<CREATESTRUCTW*>(lParam);
       c->dropHeight = std::max(cs->cy, kFieldHeight + kItemHeight);
       SetWindowPos(h, nullptr, 0, 0, cs->cx, kFieldHeight, SWP_NOMOVE | SWP_NOZORDER);
       return 0;
     }
-    case WM_NCDESTROY:
-      delete c;
-      SetWindowLongPtr(h, 0, 0);
-      return 0;
     case WM_DESTROY:
       if (c->dropped) {
         c->dropped = false;
         DestroyWindow(c->list);
       }
       return 0;
-    case WM_SETFONT:
-      c->font = reinterpret_cast<HFONT>(wParam);
-      return 0;
-    case WM_GETFONT:
-      return reinterpret_cast<LRESULT>(c->font);
     case CB_ADDSTRING:
     case CB_INSERTSTRING: {
       if (!lParam) return CB_ERR;
@@ -1086,15 +1046,6 @@ LRESULT ComboProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
       if (!wParam) ComboClose(h, false);
       InvalidateRect(h, nullptr, TRUE);
       return 0;
-    case WM_ERASEBKGND:
-      return 1;
-    case WM_PAINT: {
-      PAINTSTRUCT ps;
-      HDC dc = BeginPaint(h, &ps);
-      PaintCombo(h, dc);
-      EndPaint(h, &ps);
-      return 0;
-    }
   }
   return DefWindowProc(h, msg, wParam, lParam);
 }
