@@ -862,6 +862,23 @@ BOOL ImageList_Draw(HIMAGELIST list, int index, HDC hdc, int x, int y, UINT) {
   return TRUE;
 }
 
+namespace {
+// Fills and outlines the antialiased path begun after cairo_save, then restores.
+void PaintSmooth(cairo_t* cr, COLORREF fill, COLORREF border) {
+  if (fill != CLR_NONE) {
+    SetSource(cr, fill);
+    cairo_fill_preserve(cr);
+  }
+  if (border != CLR_NONE) {
+    SetSource(cr, border);
+    cairo_set_line_width(cr, 1);
+    cairo_stroke_preserve(cr);
+  }
+  cairo_new_path(cr);
+  cairo_restore(cr);
+}
+}  // namespace
+
 void QxUi_RoundRect(HDC hdc, const RECT* r, double radius, COLORREF fill, COLORREF border) {
   if (!hdc || !r || IsRectEmpty(r)) return;
   cairo_t* cr = hdc->cr;
@@ -875,17 +892,7 @@ void QxUi_RoundRect(HDC hdc, const RECT* r, double radius, COLORREF fill, COLORR
   cairo_arc(cr, x + radius, y + h - radius, radius, M_PI / 2, M_PI);
   cairo_arc(cr, x + radius, y + radius, radius, M_PI, 3 * M_PI / 2);
   cairo_close_path(cr);
-  if (fill != CLR_NONE) {
-    SetSource(cr, fill);
-    cairo_fill_preserve(cr);
-  }
-  if (border != CLR_NONE) {
-    SetSource(cr, border);
-    cairo_set_line_width(cr, 1);
-    cairo_stroke_preserve(cr);
-  }
-  cairo_new_path(cr);
-  cairo_restore(cr);
+  PaintSmooth(cr, fill, border);
 }
 
 void QxUi_Circle(HDC hdc, double cx, double cy, double radius, COLORREF fill, COLORREF border) {
@@ -894,15 +901,5 @@ void QxUi_Circle(HDC hdc, double cx, double cy, double radius, COLORREF fill, CO
   cairo_save(cr);
   cairo_set_antialias(cr, CAIRO_ANTIALIAS_DEFAULT);
   cairo_arc(cr, cx, cy, radius, 0, 2 * M_PI);
-  if (fill != CLR_NONE) {
-    SetSource(cr, fill);
-    cairo_fill_preserve(cr);
-  }
-  if (border != CLR_NONE) {
-    SetSource(cr, border);
-    cairo_set_line_width(cr, 1);
-    cairo_stroke_preserve(cr);
-  }
-  cairo_new_path(cr);
-  cairo_restore(cr);
+  PaintSmooth(cr, fill, border);
 }
