@@ -2,7 +2,8 @@
 BUILD ?= build
 SAN_BUILD ?= build-san
 JOBS ?= $(shell nproc)
-DEB_PACKAGES := cmake g++ make pkg-config libsndfile1-dev libgtest-dev libgmock-dev libbenchmark-dev sox
+DEB_PACKAGES := cmake g++ make pkg-config libsndfile1-dev libgtest-dev libgmock-dev libbenchmark-dev sox \
+  libcairo2-dev libpango1.0-dev fonts-dejavu-core libx11-dev xvfb xdotool
 # The peers the benchmarks compare against, beyond sox.
 BENCH_PACKAGES := soundstretch
 CMAKE_FLAGS ?=
@@ -35,7 +36,8 @@ test: build
 
 # The same suite under AddressSanitizer and UndefinedBehaviorSanitizer, as CI runs it.
 test-san:
-	$(MAKE) test BUILD=$(SAN_BUILD) CMAKE_FLAGS="-DQX_SANITIZE=ON -DQX_BENCH=OFF"
+	LSAN_OPTIONS=suppressions=$(CURDIR)/.ci/lsan.supp:print_suppressions=0 \
+	  $(MAKE) test BUILD=$(SAN_BUILD) CMAKE_FLAGS="-DQX_SANITIZE=ON -DQX_BENCH=OFF"
 
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
