@@ -1,13 +1,23 @@
 # The two set-up commands: `make demo` and `make test`. Each installs what is missing first.
+SHELL := /bin/bash
 BUILD ?= build
 SAN_BUILD ?= build-san
+TSAN_BUILD ?= build-tsan
+FUZZ_BUILD ?= build-fuzz
+# Seconds each fuzz target runs in `make fuzz`.
+FUZZ_SECONDS ?= 60
+FUZZERS := fuzz_effect_state fuzz_text fuzz_registry_file fuzz_wav_header
+# libFuzzer comes with clang and its runtime libraries.
+FUZZ_PACKAGES := clang libclang-rt-dev
+# What `make test-tsan` builds and runs: the streaming path against host threads.
+TSAN_TESTS := streaming_race_test mediagraph_tests reverb_filter_test echos_filter_test
 JOBS ?= $(shell nproc)
 DEB_PACKAGES := cmake g++ make pkg-config libsndfile1-dev libgtest-dev libgmock-dev libbenchmark-dev sox
 # The peers the benchmarks compare against, beyond sox.
 BENCH_PACKAGES := soundstretch
 CMAKE_FLAGS ?=
 
-.PHONY: all deps build demo test test-san bench clean
+.PHONY: all deps build demo test test-san test-tsan fuzz fuzz-build fuzz-replay bench clean
 
 all: build
 
@@ -35,9 +45,41 @@ test: build
 test-san:
 	$(MAKE) test BUILD=$(SAN_BUILD) CMAKE_FLAGS="-DQX_SANITIZE=ON -DQX_BENCH=OFF"
 
+# The streaming tests under ThreadSanitizer; only their targets are built.
+test-tsan: deps
+	cmake -S . -B $(TSAN_BUILD) -DCMAKE_BUILD_TYPE=Release -DQX_TSAN=ON -DQX_BENCH=OFF $(CMAKE_FLAGS) >/dev/null
+	cmake --build $(TSAN_BUILD) -j $(JOBS) --target $(TSAN_TESTS)
+	@for t in $(TSAN_TESTS); do echo "== $$t"; \
+	  TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" $$(find $(TSAN_BUILD)/tests -name $$t -type f) \
+	    --gtest_brief=1 || exit 1; \
+	done
+
+# The fuzz targets, built with clang; each runs FUZZ_SECONDS from its seed corpus (new finds go to
+# $(FUZZ_BUILD)/corpus, the committed seeds stay as they are).
+fuzz-build:
+	$(MAKE) deps EXTRA_PACKAGES="$(FUZZ_PACKAGES)"
+	CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=Release -DQX_FUZZ=ON -DQX_BENCH=OFF >/dev/null
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target $(FUZZERS)
+
+fuzz: fuzz-build
+	@for f in $(FUZZERS); do \
+	  mkdir -p $(FUZZ_BUILD)/corpus/$$f && echo "== $$f, $(FUZZ_SECONDS) s" && \
+	  TMPDIR=$$(mktemp -d) $(FUZZ_BUILD)/fuzz/$$f -max_total_time=$(FUZZ_SECONDS) -timeout=30 -rss_limit_mb=4096 \
+	    -artifact_prefix=$(FUZZ_BUILD)/ -print_final_stats=1 $(FUZZ_BUILD)/corpus/$$f fuzz/corpus/$$f 2>&1 | \
+	    grep -E '^(#[0-9]+.*DONE|stat::number_of_executed_units|==[0-9]+==|SUMMARY|Done)' ; \
+	  test $${PIPESTATUS[0]} -eq 0 || exit 1; \
+	done
+
+# Every committed seed once through its target: a quick check that none crashes.
+fuzz-replay: fuzz-build
+	@for f in $(FUZZERS); do \
+	  TMPDIR=$$(mktemp -d) $(FUZZ_BUILD)/fuzz/$$f -runs=0 fuzz/corpus/$$f 2>&1 | tail -1; \
+	  test $${PIPESTATUS[0]} -eq 0 || exit 1; \
+	done
+
 bench:
 	$(MAKE) build EXTRA_PACKAGES="$(BENCH_PACKAGES)"
 	./bench/run_all.sh $(BUILD)
 
 clean:
-	rm -rf $(BUILD) $(SAN_BUILD) demo-out
+	rm -rf $(BUILD) $(SAN_BUILD) $(TSAN_BUILD) $(FUZZ_BUILD) demo-out
