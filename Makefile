@@ -1,5 +1,4 @@
 # The two set-up commands: `make demo` and `make test`. Each installs what is missing first.
-SHELL := /bin/bash
 BUILD ?= build
 SAN_BUILD ?= build-san
 TSAN_BUILD ?= build-tsan
@@ -62,19 +61,23 @@ fuzz-build:
 	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target $(FUZZERS)
 
 fuzz: fuzz-build
-	@for f in $(FUZZERS); do \
-	  mkdir -p $(FUZZ_BUILD)/corpus/$$f && echo "== $$f, $(FUZZ_SECONDS) s" && \
-	  TMPDIR=$$(mktemp -d) $(FUZZ_BUILD)/fuzz/$$f -max_total_time=$(FUZZ_SECONDS) -timeout=30 -rss_limit_mb=4096 \
-	    -artifact_prefix=$(FUZZ_BUILD)/ -print_final_stats=1 $(FUZZ_BUILD)/corpus/$$f fuzz/corpus/$$f 2>&1 | \
-	    grep -E '^(#[0-9]+.*DONE|stat::number_of_executed_units|==[0-9]+==|SUMMARY|Done)' ; \
-	  test $${PIPESTATUS[0]} -eq 0 || exit 1; \
+	@mkdir -p $(FUZZ_BUILD)/tmp; for f in $(FUZZERS); do \
+	  mkdir -p $(FUZZ_BUILD)/corpus/$$f; echo "== $$f, $(FUZZ_SECONDS) s"; \
+	  if ! TMPDIR=$(FUZZ_BUILD)/tmp $(FUZZ_BUILD)/fuzz/$$f -max_total_time=$(FUZZ_SECONDS) -timeout=30 \
+	      -rss_limit_mb=4096 -artifact_prefix=$(FUZZ_BUILD)/$$f- -print_final_stats=1 \
+	      $(FUZZ_BUILD)/corpus/$$f fuzz/corpus/$$f >$(FUZZ_BUILD)/$$f.log 2>&1; then \
+	    tail -n 80 $(FUZZ_BUILD)/$$f.log; exit 1; \
+	  fi; \
+	  grep -E '^stat::(number_of_executed_units|new_units_added)' $(FUZZ_BUILD)/$$f.log; \
 	done
 
 # Every committed seed once through its target: a quick check that none crashes.
 fuzz-replay: fuzz-build
-	@for f in $(FUZZERS); do \
-	  TMPDIR=$$(mktemp -d) $(FUZZ_BUILD)/fuzz/$$f -runs=0 fuzz/corpus/$$f 2>&1 | tail -1; \
-	  test $${PIPESTATUS[0]} -eq 0 || exit 1; \
+	@mkdir -p $(FUZZ_BUILD)/tmp; for f in $(FUZZERS); do \
+	  if ! TMPDIR=$(FUZZ_BUILD)/tmp $(FUZZ_BUILD)/fuzz/$$f -runs=0 fuzz/corpus/$$f >$(FUZZ_BUILD)/$$f.log 2>&1; then \
+	    tail -n 80 $(FUZZ_BUILD)/$$f.log; exit 1; \
+	  fi; \
+	  echo "$$f: $$(ls fuzz/corpus/$$f | wc -l) seeds replayed"; \
 	done
 
 bench:
