@@ -64,6 +64,7 @@ struct QxfxCommandLine : QxfxEffectArgs {
   bool json = false;
   bool help = false;
   bool progress = true;                // --no-progress turns the bar off
+  bool keepNonFinite = false;          // --keep-nonfinite: NaN and infinity go to the effects untouched
 };
 
 // Parses argv; on a mistake returns false with a one-line message in *error.

@@ -16,10 +16,13 @@
 #include "platform/com/wave_format.h"
 #include "platform/mediagraph/graph_runner.h"
 #include "platform/mediagraph/media_type.h"
+#include "tools/qxfx/file_checks.h"
 #include "tools/qxfx/temp_files.h"
 
 namespace {
 using Clock = std::chrono::steady_clock;
+// The highest rate qxfx takes: the highest any interface records at.
+constexpr int kMaxRate = 768000;
 
 bool SameFile(const std::string& a, const std::string& b) {
   struct stat sa, sb;
@@ -101,8 +104,10 @@ bool IsFloat(int format) {
 
 // The host's own conversion: `in` rewritten in `format` block by block, at full scale both ways
 // and clipped rather than wrapped when float goes to whole numbers. `format` 0 is 32-bit float
-// WAV (W64 past 4 GB).
-bool Convert(const std::string& in, const std::string& out, int format, std::string* error) {
+// WAV (W64 past 4 GB). A NaN becomes silence whenever the target holds whole numbers (it would
+// turn into a full-scale sample), and everywhere with `silenceNonFinite`.
+bool Convert(const std::string& in, const std::string& out, int format, std::string* error,
+             bool silenceNonFinite = false) {
   SF_INFO info{};
   SNDFILE* src = sf_open(in.c_str(), SFM_READ, &info);
   if (!src) {
@@ -124,15 +129,45 @@ bool Convert(const std::string& in, const std::string& out, int format, std::str
   std::vector<double> buf(8192 * static_cast<size_t>(info.channels));
   sf_count_t n;
   bool ok = true;
-  while ((n = sf_readf_double(src, buf.data(), 8192)) > 0)
+  const bool toWhole = !IsFloat(oinfo.format);
+  while ((n = sf_readf_double(src, buf.data(), 8192)) > 0) {
+    for (sf_count_t i = 0; i < n * info.channels; ++i) {
+      double& v = buf[static_cast<size_t>(i)];
+      if ((silenceNonFinite && !std::isfinite(v)) || (toWhole && std::isnan(v))) v = 0.0;
+    }
     if (sf_writef_double(dst, buf.data(), n) != n) {
       ok = false;
       break;
     }
+  }
   sf_close(src);
   if (sf_close(dst) != 0) ok = false;
   if (!ok) *error = "cannot write the converted audio " + out + " (disk full?)";
   return ok;
+}
+
+// Samples of a float file that are NaN or infinite: how many, and where the first one is.
+struct NonFinite {
+  int64_t count = 0;
+  int64_t firstFrame = 0;
+  int firstChannel = 0;
+};
+
+NonFinite ScanNonFinite(const std::string& path) {
+  NonFinite r;
+  SF_INFO info{};
+  SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
+  if (!f) return r;
+  std::vector<double> buf(8192 * static_cast<size_t>(info.channels));
+  int64_t frame = 0;
+  for (sf_count_t n; (n = sf_readf_double(f, buf.data(), 8192)) > 0; frame += n)
+    for (sf_count_t i = 0; i < n * info.channels; ++i)
+      if (!std::isfinite(buf[static_cast<size_t>(i)]) && r.count++ == 0) {
+        r.firstFrame = frame + i / info.channels;
+        r.firstChannel = static_cast<int>(i % info.channels) + 1;
+      }
+  sf_close(f);
+  return r;
 }
 
 std::string WaveFormName(const AM_MEDIA_TYPE& mt) {
@@ -244,9 +279,18 @@ HRESULT RunGraph(const std::string& in, const std::string& out, int outFormat, c
       if (options.verbose) PrintGraph(stages, options, inName, outName, source->FileFormat(), outFormat);
       hr = source->Rewind();
       // Downstream first, so every pin is ready before anything upstream can deliver.
-      for (size_t i = stages.size(); SUCCEEDED(hr) && i-- > 0;) hr = stages[i]->Pause();
-      for (size_t i = stages.size(); SUCCEEDED(hr) && i-- > 0;) hr = stages[i]->Run(0);
-      if (FAILED(hr)) *error = "the graph cannot start" + QxfxDescribe(hr) + (sink->LastError().empty() ? "" : " (" + sink->LastError() + ")");
+      size_t failed = 0;
+      for (size_t i = stages.size(); SUCCEEDED(hr) && i-- > 0;) hr = stages[failed = i]->Pause();
+      for (size_t i = stages.size(); SUCCEEDED(hr) && i-- > 0;) hr = stages[failed = i]->Run(0);
+      if (FAILED(hr) && failed > 0 && failed + 1 < stages.size()) {
+        // An effect that refuses to start: name it and the audio it was given.
+        const WAVEFORMATEX* wf = source->WaveFormat();
+        const std::string name = failed - 1 < options.names.size() ? options.names[failed - 1] : "an effect";
+        *error = name + " cannot run on " + std::to_string(wf->nSamplesPerSec) + " Hz audio with " +
+                 std::to_string(wf->nChannels) + (wf->nChannels == 1 ? " channel" : " channels") + QxfxDescribe(hr);
+      } else if (FAILED(hr)) {
+        *error = "the graph cannot start" + QxfxDescribe(hr) + (sink->LastError().empty() ? "" : " (" + sink->LastError() + ")");
+      }
       ProgressBar bar(options.progress, source->TotalFrames(), static_cast<int>(source->WaveFormat()->nSamplesPerSec));
       bool done = false;
       while (SUCCEEDED(hr) && !done) {
@@ -306,16 +350,17 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     *error = "cannot read " + in + ": no such file or no permission";
     return false;
   }
+  // Standard output, a device or a pipe is written through at the end; only a regular file is
+  // replaced whole.
+  bool streamed = toStdout;
   if (!toStdout) {
     if (in == out || SameFile(in, out)) {
       *error = "the output " + out + " is the input; choose another output file";
       return false;
     }
-    struct stat st;
-    if (stat(out.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-      *error = "the output " + out + " is a directory";
-      return false;
-    }
+    const QxfxOutputKind kind = QxfxOutputKindOf(out, "the output", error);
+    if (kind == QxfxOutputKind::Refuse) return false;
+    streamed = kind == QxfxOutputKind::Stream;
   }
 
   SF_INFO info{};
@@ -325,8 +370,18 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     return false;
   }
   sf_close(probe);
+  // A header can claim anything; the effects' memory grows with the rate.
+  if (info.samplerate > kMaxRate) {
+    *error = in + " claims " + std::to_string(info.samplerate) + " Hz; qxfx takes rates up to " +
+             std::to_string(kMaxRate) + " Hz";
+    return false;
+  }
+  if (info.channels > 32) {
+    *error = in + " has " + std::to_string(info.channels) + " channels; the effects take 1 to 32";
+    return false;
+  }
   int format = 0;
-  if (!QxfxChooseFormat(options.form, toStdout ? std::string() : out, info.format, info.channels, info.samplerate,
+  if (!QxfxChooseFormat(options.form, streamed ? std::string() : out, info.format, info.channels, info.samplerate,
                         &format, error))
     return false;
   // Past 4 GB a WAV header overflows; RF64 is WAV's own answer.
@@ -334,13 +389,24 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
       static_cast<double>(info.frames) * info.channels * 8 * 5 > 4.0e9)
     format = (format & ~SF_FORMAT_TYPEMASK) | SF_FORMAT_RF64;
 
-  std::string tmp = QxfxMakeTemp(toStdout ? QxfxTempDir() + "/qxfx-out-XXXXXX"
+  std::string tmp = QxfxMakeTemp(streamed ? QxfxTempDir() + "/qxfx-out-XXXXXX"
                                           : DirOf(out) + "/." + BaseOf(out) + ".qxfx-XXXXXX");
   if (tmp.empty()) {
-    *error = "cannot write in " + (toStdout ? QxfxTempDir() : DirOf(out)) + ": no such directory or no permission";
+    *error = "cannot write in " + (streamed ? QxfxTempDir() : DirOf(out)) + ": no such directory or no permission";
     return false;
   }
   temps.paths.push_back(tmp);
+  const std::string outName = toStdout ? "standard output" : out;
+  // The file being written is the output to the user: a full disk names the output, not the
+  // temporary name it has until it is whole.
+  struct NameTheOutput {
+    std::string* error;
+    const std::string& tmp;
+    const std::string& name;
+    ~NameTheOutput() {
+      for (size_t at; (at = error->find(tmp)) != std::string::npos;) error->replace(at, tmp.size(), name);
+    }
+  } naming{error, tmp, outName};
 
   // The graph writes the form its last filter delivers; the host converts afterwards when whole
   // numbers and float meet, so that levels keep their scale and loud samples clip, not wrap.
@@ -348,7 +414,6 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   auto graphFormat = [&](int fedFormat) {
     return IsFloat(fedFormat) == IsFloat(format) ? format : 0;
   };
-  const std::string outName = toStdout ? "standard output" : out;
   std::string stage = tmp;
   auto run = [&](int fedFormat) {
     int gf = graphFormat(fedFormat);
@@ -363,12 +428,34 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     // A file of the graph's own form, W64 so that it has no 4 GB limit.
     return RunGraph(fed, gf ? tmp : stage, gf ? gf : SF_FORMAT_W64, filters, options, fedName, outName, error);
   };
+  if (IsFloat(info.format)) {
+    // One NaN would run on through every recursive effect; say so, and by default silence it.
+    const NonFinite bad = ScanNonFinite(inPath);
+    if (bad.count) {
+      char where[160];
+      std::snprintf(where, sizeof where, "the first at %.6f s (frame %lld, channel %d)",
+                    static_cast<double>(bad.firstFrame) / info.samplerate, static_cast<long long>(bad.firstFrame),
+                    bad.firstChannel);
+      if (!options.quiet)
+        std::fprintf(stderr, "qxfx: %s has %lld %s NaN or infinite, %s; %s\n", fedName.c_str(),
+                     static_cast<long long>(bad.count), bad.count == 1 ? "sample that is" : "samples that are", where,
+                     options.keepNonFinite ? "passed through as they are (--keep-nonfinite)"
+                                           : "replaced with silence (--keep-nonfinite keeps them)");
+      if (!options.keepNonFinite) {
+        std::string clean = QxfxMakeTemp(QxfxTempDir() + "/qxfx-clean-XXXXXX");
+        temps.paths.push_back(clean);
+        if (clean.empty() || !Convert(inPath, clean, SF_FORMAT_W64 | (info.format & SF_FORMAT_SUBMASK), error, true))
+          return false;
+        fed = clean;
+      }
+    }
+  }
   HRESULT hr = run(info.format);
   if (hr == VFW_E_TYPE_NOT_ACCEPTED || hr == VFW_E_INVALIDMEDIATYPE || hr == VFW_E_NO_ACCEPTABLE_TYPES) {
     // The host's conversion before the chain: the effects all take 32-bit float.
     std::string converted = QxfxMakeTemp(QxfxTempDir() + "/qxfx-float-XXXXXX");
     temps.paths.push_back(converted);
-    if (converted.empty() || !Convert(inPath, converted, 0, error)) return false;
+    if (converted.empty() || !Convert(fed, converted, 0, error)) return false;
     if (options.verbose)
       std::fprintf(stderr, "qxfx: the chain refused %s; converted the input to 32-bit float first\n",
                    QxfxFormatName(info.format).c_str());
@@ -377,7 +464,11 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     fedName += " as 32-bit float";
     hr = run(SF_FORMAT_FLOAT);
   }
-  if (FAILED(hr)) return false;
+  if (FAILED(hr)) {
+    if (error->find("write error") != std::string::npos && error->find(outName) == std::string::npos)
+      *error = "cannot write " + outName + ": " + *error;
+    return false;
+  }
   if (stage != tmp) {
     if (options.verbose) std::fprintf(stderr, "qxfx: converting to %s\n", QxfxFormatName(format).c_str());
     if (!Convert(stage, tmp, format, error)) return false;
@@ -387,12 +478,15 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   result->framesOut = FramesOf(tmp);
   result->format = format;
   result->rate = info.samplerate;
-  if (toStdout) {
+  if (streamed) {
+    const int to = toStdout ? 1 : QxfxOpenStream(out, error);
+    if (to < 0) return false;
     int fd = open(tmp.c_str(), O_RDONLY);
-    bool ok = fd >= 0 && CopyFd(fd, 1);
+    bool ok = fd >= 0 && CopyFd(fd, to);
     if (fd >= 0) close(fd);
+    if (!toStdout && close(to) != 0) ok = false;
     if (!ok) {
-      *error = "cannot write to standard output";
+      *error = "cannot write to " + outName;
       return false;
     }
   } else {
@@ -422,9 +516,14 @@ bool QxfxReadInfo(const std::string& path, QxfxFileInfo* info, std::string* erro
   std::vector<double> buf(4096 * static_cast<size_t>(sfi.channels));
   sf_count_t n;
   double peak = 0.0;
+  int64_t nonFinite = 0;
   while ((n = sf_readf_double(f, buf.data(), 4096)) > 0)
-    for (sf_count_t i = 0; i < n * sfi.channels; ++i) peak = std::max(peak, std::fabs(buf[i]));
+    for (sf_count_t i = 0; i < n * sfi.channels; ++i) {
+      if (!std::isfinite(buf[i])) ++nonFinite;
+      else peak = std::max(peak, std::fabs(buf[i]));
+    }
   info->peak = peak;
+  info->nonFinite = nonFinite;
   sf_close(f);
   return true;
 }

@@ -15,6 +15,8 @@ struct QxfxRunOptions {
   bool verbose = false;             // print the graph and the formats agreed on each link
   std::vector<std::string> names;   // the filters' names, for the verbose graph
   std::string inName;               // the input as the user named it, when not its path
+  bool quiet = false;               // --quiet: no notes on stderr
+  bool keepNonFinite = false;       // --keep-nonfinite: NaN and infinity reach the effects as they are
 };
 
 struct QxfxRunResult {
@@ -30,7 +32,8 @@ struct QxfxFileInfo {
   int channels = 0;
   int rate = 0;
   int64_t frames = 0;
-  double peak = 0.0;  // largest absolute sample, full scale 1.0
+  double peak = 0.0;  // largest absolute finite sample, full scale 1.0
+  int64_t nonFinite = 0;  // samples that are NaN or infinite
 };
 
 // Standard input as a path libsndfile can open: /dev/stdin when it is a regular file (it can seek),
