@@ -45,6 +45,10 @@ void CQxChorusEngine::FreeLines() {
     std::free(line);
     line = nullptr;
   }
+  for (SineCache& cache : sines_) {
+    std::free(cache.values);
+    cache = SineCache{};
+  }
   channels_ = 0;
 }
 
@@ -67,6 +71,9 @@ HRESULT CQxChorusEngine::Allocate() {
       return E_OUTOFMEMORY;
     }
   }
+  // Without room for the sines the voices call the sine directly, as fast as they ever were.
+  for (SineCache& cache : sines_)
+    cache.values = static_cast<double*>(std::malloc(sizeof(double) * kSineCacheFrames));
   channels_ = format_->nChannels;
   for (int v = 0; v < kVoices; ++v) {
     writeIndex_[v] = 0;
@@ -208,12 +215,24 @@ void CQxChorusEngine::Run(typename Form::Sample* buf, uint32_t frames, bool inte
   index[count++] = 0;
   if (integerForm && L == kMono ? voiceCount_ == 2 : voiceCount_ >= 2) index[count++] = 1;
   if (voiceCount_ == 3) index[count++] = 2;
+  SineCache* caches[kVoices];
   for (int k = 0; k < count; ++k) {
     const int v = index[k];
     // An infinite step (a design's sub-sample period) would make the sine NaN: read unmodulated.
     const double step = std::isfinite(lfoStep_[v]) ? lfoStep_[v] : 0.0;
     vs[k] = {delayLine_[v], lowPassState_[v], readPosition_[v], lfoPeriod_[v], step,
              writeIndex_[v], lfoCounter_[v], voiceGain_[v]};
+    // Kept values stand only for the period and step they were taken with.
+    SineCache& cache = sines_[v];
+    if (cache.period != lfoPeriod_[v] || cache.step != step) {
+      cache.period = lfoPeriod_[v];
+      cache.step = step;
+      cache.filled = 0;
+      cache.size = cache.values && lfoPeriod_[v] >= 1.0 && lfoPeriod_[v] <= kSineCacheFrames
+                       ? static_cast<uint32_t>(lfoPeriod_[v])
+                       : 0;
+    }
+    caches[k] = &cache;
   }
   const double amp = modAmplitude_, a = lowPassA_, b = lowPassB_, fb = feedbackLin_;
   const double inGain = inputLin_, dry = dryLin_;
@@ -245,7 +264,8 @@ void CQxChorusEngine::Run(typename Form::Sample* buf, uint32_t frames, bool inte
   };
 
   // The oscillators depend on nothing but their counters, so their sines are taken a stretch at a
-  // time in a loop of their own, away from the live state of the cascade.
+  // time in a loop of their own, away from the live state of the cascade. A counter's sine is the
+  // same call whether it comes from the cache or not; the cache only saves calling it again.
   constexpr uint32_t kStretch = 256;
   double sines[kVoices][kStretch];
   double x[kMaxChannels];
@@ -253,8 +273,17 @@ void CQxChorusEngine::Run(typename Form::Sample* buf, uint32_t frames, bool inte
     const uint32_t n = frames - done < kStretch ? frames - done : kStretch;
     for (int k = 0; k < count; ++k) {
       Voice& v = vs[k];
+      SineCache& cache = *caches[k];
       for (uint32_t t = 0; t < n; ++t) {
-        sines[k][t] = std::sin(v.counter * v.step);
+        const uint32_t at = static_cast<uint32_t>(v.counter);
+        double s;
+        if (at < cache.filled) {
+          s = cache.values[at];
+        } else {
+          s = std::sin(v.counter * v.step);
+          if (at == cache.filled && at < cache.size) cache.values[cache.filled++] = s;
+        }
+        sines[k][t] = s;
         if (++v.counter >= v.period) v.counter = 0;
       }
     }

@@ -32,6 +32,9 @@ class CQxChorusEngine {
  public:
   static constexpr int kVoices = 3;
   static constexpr int kMaxChannels = 32;
+  // Longest oscillator period, in frames, whose sines a voice keeps (2 MiB a voice); longer
+  // periods call the sine directly.
+  static constexpr uint32_t kSineCacheFrames = 1u << 18;
 
   CQxChorusEngine();
   ~CQxChorusEngine();
@@ -94,6 +97,16 @@ class CQxChorusEngine {
   // Mono, stereo, or three to 32 channels.
   enum Layout { kMono, kStereo, kMany };
   struct Voice;
+  // A voice's oscillator values over one period, each the library's own sin(counter x step) for
+  // its counter, stored the first time the counter passes it: values[0, filled) are known. The
+  // memory is reserved with the lines and touched only as far as the period reaches.
+  struct SineCache {
+    double* values = nullptr;
+    uint32_t filled = 0;
+    uint32_t size = 0;      // frames worth keeping: the period, or 0 when it is too long
+    double period = -1.0;   // what the values were taken for
+    double step = 0.0;
+  };
 
   void Design(const ChorusParams& p, bool clear, const QxTempoRecord* tempo);
   void LightUpdate(const ChorusParams& p, const QxTempoRecord* tempo);
@@ -112,6 +125,7 @@ class CQxChorusEngine {
   uint32_t channels_ = 0;        // of the lines as allocated
   uint32_t delayFrames_ = 0;     // N
   double* delayLine_[kVoices] = {};
+  SineCache sines_[kVoices];
   int32_t writeIndex_[kVoices] = {};
   double readPosition_[kVoices] = {};
   int32_t lfoCounter_[kVoices] = {};
