@@ -19,6 +19,9 @@ constexpr double kPi = 3.14159265358979323846;
 // stated frequency. Kept as this literal so every build derives the same coefficient.
 constexpr double kOnePoleExponent = -12.56637061436;
 constexpr double kCombStateFloor = 1e-20;
+// The least block, in frames, whose channels are worth spreading over threads: each channel then
+// takes some tens of microseconds, well above the cost of waking a worker.
+constexpr uint32_t kFanOutFrames = 1024;
 
 // Tenths of a dB to linear; -800 and below are exact silence.
 double LevelToGain(int32_t tenthsDb) { return tenthsDb <= -800 ? 0.0 : std::pow(10.0, tenthsDb / 200.0); }
@@ -403,24 +406,20 @@ void CQxReverbEngine::RunStereo(typename Form::Sample* buf, uint32_t count) {
 template <class Form>
 void CQxReverbEngine::RunChannels(typename Form::Sample* buf, uint32_t channels, uint32_t count) {
   const int n = static_cast<int>(channels);
-  // Channels share no writable state, so float streams fan out over a fork-join pool, one
-  // channel at a time to each worker; the block waits at the loop's end. A single channel runs
-  // the same loop on the calling thread alone rather than wake a worker for nothing.
-  if constexpr (kFloatForm<Form>) {
-    if (bassOn_) {
-#pragma omp parallel for schedule(static, 1) if (n > 1)
-      for (int c = 0; c < n; ++c) RunChannel<Form, true>(channels_[c], buf + c, channels, count);
-    } else {
-#pragma omp parallel for schedule(static, 1) if (n > 1)
-      for (int c = 0; c < n; ++c) RunChannel<Form, false>(channels_[c], buf + c, channels, count);
-    }
+  auto run = [&](int c) {
+    if (bassOn_)
+      RunChannel<Form, true>(channels_[c], buf + c, channels, count);
+    else
+      RunChannel<Form, false>(channels_[c], buf + c, channels, count);
+  };
+  // Channels share no writable state, so float streams fan out over the pool, one channel at a
+  // time to each lane; the block waits at the loop's end. Waking a worker costs a few
+  // microseconds, so only blocks long enough to repay it fan out; the rest, and every block on a
+  // single processor, run here in channel order.
+  if (kFloatForm<Form> && n > 1 && count >= kFanOutFrames && CQxChannelPool::Worthwhile()) {
+    pool_.Run(n, run);
   } else {
-    for (int c = 0; c < n; ++c) {
-      if (bassOn_)
-        RunChannel<Form, true>(channels_[c], buf + c, channels, count);
-      else
-        RunChannel<Form, false>(channels_[c], buf + c, channels, count);
-    }
+    for (int c = 0; c < n; ++c) run(c);
   }
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "aplugins/qxppack1/frame/run_mode.h"
+#include "aplugins/qxppack1/reverb/channel_pool.h"
 #include "aplugins/qxppack1/reverb/reverb_params.h"
 #include "platform/com/hresult.h"
 #include "platform/com/wave_format.h"
@@ -174,6 +175,7 @@ class CQxReverbEngine {
   bool applied_ = false;
   bool asleep_ = false;
   bool fastStereo_ = false;
+  CQxChannelPool pool_;  // the float forms' channel loop; its workers start with the first fan-out
 };
 
 // Orders three taps by two compare-and-swaps (0 with 1, then 1 with 2), moving each tap's gain
