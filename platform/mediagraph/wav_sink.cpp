@@ -132,7 +132,8 @@ HRESULT CWavSink::OnReceive(IMediaSample* sample) {
 }
 
 HRESULT CWavSink::OnEndOfStream() {
+  // No fsync: forcing the file to disk costs a quarter of a second on a large output and guards
+  // only against a power cut; write-back is left to the system, as ordinary tools leave it.
   m_eos = true;
-  if (m_file) sf_write_sync(File(m_file));
   return S_OK;
 }
