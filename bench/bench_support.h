@@ -1,5 +1,6 @@
 // What the engine benchmarks share: the stream format of one sample form, and the timed loop over a
-// block refilled each time from the same noise, reporting frames and the time per frame.
+// block refilled each time from the same noise, reporting frames, the time per frame and per
+// frame and channel.
 #pragma once
 #include <benchmark/benchmark.h>
 
@@ -49,5 +50,9 @@ void RunBenchBlocks(benchmark::State& state, WORD channels, Process process) {
   state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * kBenchFrames);
   state.counters["time_per_frame"] = benchmark::Counter(
       static_cast<double>(kBenchFrames),
+      benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+  // One sample of one channel: comparable across channel counts and effects.
+  state.counters["ns_per_frame_channel"] = benchmark::Counter(
+      static_cast<double>(kBenchFrames) * channels,
       benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }

@@ -22,17 +22,6 @@ constexpr double kTwoPi = 6.28318530718;
 double Level(int32_t tenthsDb) { return tenthsDb > -600 ? std::pow(10.0, tenthsDb / 200.0) : 0.0; }
 }  // namespace
 
-// A voice's running state, copied into locals for one span.
-struct CQxChorusEngine::Voice {
-  double* line;
-  double* state;
-  double read;
-  double period;
-  double step;
-  int32_t write;
-  int32_t counter;
-  double gain;
-};
 
 CQxChorusEngine::CQxChorusEngine() = default;
 
@@ -184,127 +173,163 @@ void CQxChorusEngine::LightUpdate(const ChorusParams& p, const QxTempoRecord* te
   modAmplitude_ = std::trunc(p.modDepth / 100.0 * baseDelay_);
 }
 
+
 namespace {
-// How a voice's output is mixed, per layout: voice 0 carries the dry signal at the dry gain; the
-// stereo path weights the wet signal by the side gains (voice 0 once more by its voice gain).
-template <bool Stereo, bool First>
-inline double Mix(double y, double in, double voiceGain, double sideGain, double dry) {
-  if constexpr (Stereo) {
-    if constexpr (First) return y * voiceGain * sideGain + in * dry;
-    else return y * sideGain + in;
-  } else {
-    if constexpr (First) return y * voiceGain + in * dry;
-    else return y * voiceGain + in;
+// What a span's cascade reads but never writes, passed by value so it stays in registers.
+struct CascadeConstants {
+  double amp, a, b, fb, inGain, dry, side[2];
+  double Nd;
+  int32_t N;
+  uint32_t C;
+};
+
+// A running voice, copied into locals for one stretch of frames.
+struct Lane {
+  double* line;
+  double read;
+  double gain;
+  int32_t write;
+};
+
+// V voices in series over n frames, their sines given. Each voice: modulated read, filter,
+// feedback write, and mix into the frame. `state` is the voices' filter states, copied out of the
+// engine for the span, so that no store into a line can be taken to touch them.
+template <class Form, bool Stereo, bool Narrow, int V, uint32_t FixedC>
+void Cascade(typename Form::Sample* buf, uint32_t n, Lane* lanes, double (*state)[32],
+             const double (&sines)[3][256], CascadeConstants k) {
+  const uint32_t C = FixedC ? FixedC : k.C;
+  const int32_t N = k.N;
+  const double Nd = k.Nd;
+  Lane lv[V];
+  for (int v = 0; v < V; ++v) lv[v] = lanes[v];
+  double x[32];
+  for (uint32_t t = 0; t < n; ++t, buf += C) {
+    for (uint32_t c = 0; c < C; ++c) x[c] = Form::Read(buf[c]);
+    // Unrolled, so that each voice's and each channel's values live in registers of their own.
+#pragma GCC unroll 3
+    for (int v = 0; v < V; ++v) {
+      Lane& l = lv[v];
+      double p = sines[v][t] * k.amp + l.read;
+      if (p >= Nd) p -= Nd;
+      else if (p < 0.0) p += Nd;
+      int32_t i, j;
+      double f;
+      QxChorusReadPoint(p, N, &i, &j, &f);
+      const double* li = l.line + static_cast<size_t>(i) * C;
+      const double* lj = l.line + static_cast<size_t>(j) * C;
+      double* lw = l.line + static_cast<size_t>(l.write) * C;
+#pragma GCC unroll 2
+      for (uint32_t c = 0; c < C; ++c) {
+        const double s = (lj[c] - li[c]) * f + li[c];
+        const double y = QxZeroBelow(s * k.b + state[v][c] * k.a, 2e-11);
+        state[v][c] = y;
+        const double in = v == 0 ? k.inGain * x[c] : x[c];
+        lw[c] = y * k.fb + in;
+        if constexpr (Stereo) {
+          x[c] = v == 0 ? y * l.gain * k.side[c & 1] + in * k.dry : y * k.side[c & 1] + in;
+        } else {
+          x[c] = v == 0 ? y * l.gain + in * k.dry : y * l.gain + in;
+        }
+      }
+      // The mono single-precision routine keeps the frame in the buffer's precision between
+      // voices.
+      if constexpr (Narrow) x[0] = static_cast<float>(x[0]);
+      l.read -= 1.0;
+      if (l.read < 0.0) l.read = Nd - 1.0;
+      if (--l.write < 0) l.write = N - 1;
+    }
+    for (uint32_t c = 0; c < C; ++c) buf[c] = Form::Write(x[c]);
   }
+  for (int v = 0; v < V; ++v) lanes[v] = lv[v];
 }
 }  // namespace
 
 template <class Form, CQxChorusEngine::Layout L>
 void CQxChorusEngine::Run(typename Form::Sample* buf, uint32_t frames, bool integerForm) {
   constexpr bool kStereoMix = L == kStereo;
-  // The mono single-precision routine keeps the frame in the buffer's precision between voices.
   constexpr bool kNarrow = std::is_same_v<Form, QxFloat32Form> && L == kMono;
-  const uint32_t C = L == kMono ? 1u : L == kStereo ? 2u : channels_;
-  const int32_t N = static_cast<int32_t>(delayFrames_);
-  const double Nd = N;
+  constexpr uint32_t kFixedC = L == kMono ? 1u : L == kStereo ? 2u : 0u;
+  const uint32_t C = kFixedC ? kFixedC : channels_;
 
   // Voice 0 always runs; the mono integer routines take voice 1 only at size 2.
   int count = 0;
-  Voice vs[kVoices];
   int index[kVoices];
   index[count++] = 0;
   if (integerForm && L == kMono ? voiceCount_ == 2 : voiceCount_ >= 2) index[count++] = 1;
   if (voiceCount_ == 3) index[count++] = 2;
+
+  Lane lanes[kVoices];
+  double state[kVoices][kMaxChannels];
+  int32_t counter[kVoices];
+  double period[kVoices], step[kVoices];
   SineCache* caches[kVoices];
   for (int k = 0; k < count; ++k) {
     const int v = index[k];
+    lanes[k] = {delayLine_[v], readPosition_[v], voiceGain_[v], writeIndex_[v]};
+    for (uint32_t c = 0; c < C; ++c) state[k][c] = lowPassState_[v][c];
+    counter[k] = lfoCounter_[v];
+    period[k] = lfoPeriod_[v];
     // An infinite step (a design's sub-sample period) would make the sine NaN: read unmodulated.
-    const double step = std::isfinite(lfoStep_[v]) ? lfoStep_[v] : 0.0;
-    vs[k] = {delayLine_[v], lowPassState_[v], readPosition_[v], lfoPeriod_[v], step,
-             writeIndex_[v], lfoCounter_[v], voiceGain_[v]};
+    step[k] = std::isfinite(lfoStep_[v]) ? lfoStep_[v] : 0.0;
     // Kept values stand only for the period and step they were taken with.
     SineCache& cache = sines_[v];
-    if (cache.period != lfoPeriod_[v] || cache.step != step) {
-      cache.period = lfoPeriod_[v];
-      cache.step = step;
+    if (cache.period != period[k] || cache.step != step[k]) {
+      cache.period = period[k];
+      cache.step = step[k];
       cache.filled = 0;
-      cache.size = cache.values && lfoPeriod_[v] >= 1.0 && lfoPeriod_[v] <= kSineCacheFrames
-                       ? static_cast<uint32_t>(lfoPeriod_[v])
+      cache.size = cache.values && period[k] >= 1.0 && period[k] <= kSineCacheFrames
+                       ? static_cast<uint32_t>(period[k])
                        : 0;
     }
     caches[k] = &cache;
   }
-  const double amp = modAmplitude_, a = lowPassA_, b = lowPassB_, fb = feedbackLin_;
-  const double inGain = inputLin_, dry = dryLin_;
-  const double side[2] = {leftGain_[0], rightGain_[0]};
-
-  // One voice over one frame, its sine given: modulated read, filter, feedback write, mix into x.
-  auto step = [&]<bool First>(Voice& v, double sine, double* x) __attribute__((always_inline)) {
-    double p = sine * amp + v.read;
-    if (p >= Nd) p -= Nd;
-    else if (p < 0.0) p += Nd;
-    int32_t i, j;
-    double f;
-    QxChorusReadPoint(p, N, &i, &j, &f);
-    const double* li = v.line + static_cast<size_t>(i) * C;
-    const double* lj = v.line + static_cast<size_t>(j) * C;
-    double* lw = v.line + static_cast<size_t>(v.write) * C;
-    for (uint32_t c = 0; c < C; ++c) {
-      const double s = (lj[c] - li[c]) * f + li[c];
-      double y = s * b + v.state[c] * a;
-      y = std::fabs(y) < 2e-11 ? 0.0 : y;
-      v.state[c] = y;
-      const double in = First ? inGain * x[c] : x[c];
-      lw[c] = y * fb + in;
-      x[c] = Mix<kStereoMix, First>(y, in, v.gain, side[c & 1], dry);
-    }
-    v.read -= 1.0;
-    if (v.read < 0.0) v.read = Nd - 1.0;
-    if (--v.write < 0) v.write = N - 1;
-  };
+  const CascadeConstants constants{modAmplitude_, lowPassA_, lowPassB_, feedbackLin_,
+                                   inputLin_, dryLin_, {leftGain_[0], rightGain_[0]},
+                                   static_cast<double>(delayFrames_),
+                                   static_cast<int32_t>(delayFrames_), C};
 
   // The oscillators depend on nothing but their counters, so their sines are taken a stretch at a
   // time in a loop of their own, away from the live state of the cascade. A counter's sine is the
   // same call whether it comes from the cache or not; the cache only saves calling it again.
   constexpr uint32_t kStretch = 256;
   double sines[kVoices][kStretch];
-  double x[kMaxChannels];
   for (uint32_t done = 0; done < frames;) {
     const uint32_t n = frames - done < kStretch ? frames - done : kStretch;
     for (int k = 0; k < count; ++k) {
-      Voice& v = vs[k];
       SineCache& cache = *caches[k];
+      int32_t ctr = counter[k];
+      const double st = step[k], per = period[k];
       for (uint32_t t = 0; t < n; ++t) {
-        const uint32_t at = static_cast<uint32_t>(v.counter);
+        const uint32_t at = static_cast<uint32_t>(ctr);
         double s;
         if (at < cache.filled) {
           s = cache.values[at];
         } else {
-          s = std::sin(v.counter * v.step);
+          s = std::sin(ctr * st);
           if (at == cache.filled && at < cache.size) cache.values[cache.filled++] = s;
         }
         sines[k][t] = s;
-        if (++v.counter >= v.period) v.counter = 0;
+        if (++ctr >= per) ctr = 0;
       }
+      counter[k] = ctr;
     }
-    for (uint32_t t = 0; t < n; ++t, buf += C) {
-      for (uint32_t c = 0; c < C; ++c) x[c] = Form::Read(buf[c]);
-      step.template operator()<true>(vs[0], sines[0][t], x);
-      if constexpr (kNarrow) x[0] = static_cast<float>(x[0]);
-      for (int k = 1; k < count; ++k) {
-        step.template operator()<false>(vs[k], sines[k][t], x);
-        if constexpr (kNarrow) x[0] = static_cast<float>(x[0]);
-      }
-      for (uint32_t c = 0; c < C; ++c) buf[c] = Form::Write(x[c]);
-    }
+    typename Form::Sample* b = buf + static_cast<size_t>(done) * C;
+    // The voice count is a template argument so that each voice's position stays in registers.
+    if (count == 1)
+      Cascade<Form, kStereoMix, kNarrow, 1, kFixedC>(b, n, lanes, state, sines, constants);
+    else if (count == 2)
+      Cascade<Form, kStereoMix, kNarrow, 2, kFixedC>(b, n, lanes, state, sines, constants);
+    else
+      Cascade<Form, kStereoMix, kNarrow, 3, kFixedC>(b, n, lanes, state, sines, constants);
     done += n;
   }
 
   for (int k = 0; k < count; ++k) {
     const int v = index[k];
-    readPosition_[v] = vs[k].read;
-    writeIndex_[v] = vs[k].write;
-    lfoCounter_[v] = vs[k].counter;
+    readPosition_[v] = lanes[k].read;
+    writeIndex_[v] = lanes[k].write;
+    lfoCounter_[v] = counter[k];
+    for (uint32_t c = 0; c < C; ++c) lowPassState_[v][c] = state[k][c];
   }
 }
 

@@ -96,7 +96,6 @@ class CQxChorusEngine {
  private:
   // Mono, stereo, or three to 32 channels.
   enum Layout { kMono, kStereo, kMany };
-  struct Voice;
   // A voice's oscillator values over one period, each the library's own sin(counter x step) for
   // its counter, stored the first time the counter passes it: values[0, filled) are known. The
   // memory is reserved with the lines and touched only as far as the period reaches.

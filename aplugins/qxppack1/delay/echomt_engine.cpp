@@ -37,7 +37,7 @@ double LevelToGain(int32_t tenthsDb) {
 }
 
 // Denormal protection: anything below 2^-32 in magnitude (biased exponent under 0x3DF) is 0.
-inline double Flush(double v) { return std::fabs(v) < 0x1p-32 ? 0.0 : v; }
+inline double Flush(double v) { return QxZeroBelow(v, 0x1p-32); }
 
 }  // namespace
 
@@ -290,41 +290,58 @@ void CQxEchomtEngine::Plan(uint32_t count) {
   const int taps = taps_;
   const int32_t last = lastIndex_;
   const double lastD = last;
-  if (!modulated_ && last < (1 << 26)) {
-    // Still taps read whole slots: p is readIndex itself, k rounds back to it and f is 0 (exact
-    // while p - 0.499999985 stays clear of the half below it, which holds far past any real line).
+
+  // The oscillator first, one value a frame: one-sided, m runs from 0 to 2 and only ever shortens
+  // a delay. With no tap swinging the sine is not needed; the phase still runs.
+  double m[kChunkFrames];
+  double phase = lfoPhase_;
+  const double step = lfoStep_;
+  if (modulated_) {
     for (uint32_t j = 0; j < count; ++j) {
-      lfoPhase_ += lfoStep_;
-      TapRead* row = plan_[j];
-      for (int i = 0; i < taps; ++i) {
-        const int32_t k = readIndex_[i];
-        row[i] = TapRead{k, k + 1 >= last ? k + 1 - last : k + 1, 0.0};
-        readIndex_[i] = k > 0 ? k - 1 : last;
+      m[j] = std::sin(phase) + 1.0;
+      phase += step;
+    }
+  } else {
+    for (uint32_t j = 0; j < count; ++j) {
+      m[j] = 0.0;
+      phase += step;
+    }
+  }
+  lfoPhase_ = phase;
+
+  // Then each tap over the whole chunk, its read index held in a register.
+  for (int i = 0; i < taps; ++i) {
+    int32_t r = readIndex_[i];
+    if (!modulated_ && last < (1 << 26)) {
+      // A still tap reads whole slots: p is the read index itself, k rounds back to it and f is
+      // 0 (exact while p - 0.499999985 stays clear of the half below it, which holds far past any
+      // real line).
+      for (uint32_t j = 0; j < count; ++j) {
+        plan_[j][i] = TapRead{r, r + 1 >= last ? r + 1 - last : r + 1, 0.0};
+        r = r > 0 ? r - 1 : last;
       }
-      planWrite_[j] = writeIndex_;
-      writeIndex_ = writeIndex_ > 0 ? writeIndex_ - 1 : last;
+    } else {
+      const double swing = tapSwing_[i];
+      for (uint32_t j = 0; j < count; ++j) {
+        double p = r - m[j] * swing;
+        // The wrap adds lastIndex, one frame short of the line, and so does the next slot's.
+        if (p < 0.0) p += lastD;
+        const int32_t k = QxRoundNearestEven(p - 0.499999985);
+        int32_t k2 = k + 1;
+        if (k2 >= last) k2 -= last;
+        plan_[j][i] = TapRead{k, k2, p - k};
+        r = r > 0 ? r - 1 : last;
+      }
     }
-    return;
+    readIndex_[i] = r;
   }
+
+  int32_t w = writeIndex_;
   for (uint32_t j = 0; j < count; ++j) {
-    // One-sided: m runs from 0 to 2 and only ever shortens a delay. With no tap swinging the
-    // product below is 0 whatever m is, so the sine is not needed; the phase still runs.
-    const double m = modulated_ ? std::sin(lfoPhase_) + 1.0 : 0.0;
-    lfoPhase_ += lfoStep_;
-    TapRead* row = plan_[j];
-    for (int i = 0; i < taps; ++i) {
-      double p = readIndex_[i] - m * tapSwing_[i];
-      // The wrap adds lastIndex, one frame short of the line, and so does the next slot's.
-      if (p < 0.0) p += lastD;
-      const int32_t k = QxRoundNearestEven(p - 0.499999985);
-      int32_t k2 = k + 1;
-      if (k2 >= last) k2 -= last;
-      row[i] = TapRead{k, k2, p - k};
-      if (--readIndex_[i] < 0) readIndex_[i] = last;
-    }
-    planWrite_[j] = writeIndex_;
-    if (--writeIndex_ < 0) writeIndex_ = last;
+    planWrite_[j] = w;
+    w = w > 0 ? w - 1 : last;
   }
+  writeIndex_ = w;
 }
 
 template <class Form>

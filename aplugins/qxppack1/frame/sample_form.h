@@ -2,7 +2,11 @@
 // double values its DSP works in; engines are written once as templates over these traits.
 #pragma once
 #include <bit>
+#include <cmath>
 #include <cstdint>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 // Adding 1.5 x 2^52 pushes the fraction bits out of the mantissa, so the low word of the sum
 // is the value rounded to nearest with ties to even (valid for |v| < 2^31).
@@ -17,6 +21,18 @@ inline int32_t QxRoundNearestEven(double v) {
 inline double QxClip(double v, double lo, double hi) {
   v = v > hi ? hi : v;
   return v < lo ? lo : v;
+}
+
+// Zero for any magnitude below `floor`, else v itself (a NaN included): the engines' denormal
+// guard, done with a mask rather than a branch, which quiet input would make unpredictable.
+inline double QxZeroBelow(double v, double floor) {
+#if defined(__SSE2__)
+  const __m128d x = _mm_set_sd(v);
+  const __m128d magnitude = _mm_andnot_pd(_mm_set_sd(-0.0), x);
+  return _mm_cvtsd_f64(_mm_and_pd(x, _mm_cmpnlt_sd(magnitude, _mm_set_sd(floor))));
+#else
+  return std::fabs(v) < floor ? 0.0 : v;
+#endif
 }
 
 // 8-bit PCM: unsigned, offset binary around 128.
