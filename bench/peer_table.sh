@@ -13,8 +13,8 @@ qxfx="$build/tools/qxfx/qxfx"
 command -v sox >/dev/null || { echo "sox is not installed (make deps installs it)"; exit 1; }
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-sox -R -n -r 44100 -b 16 -c 2 "$work/in.wav" synth 60 pinknoise gain -3
-sox -R -n -r 44100 -e floating-point -b 32 -c 6 "$work/in6f.wav" synth 60 pinknoise gain -3
+sox -V1 -R -n -r 44100 -b 16 -c 2 "$work/in.wav" synth 60 pinknoise gain -3
+sox -V1 -R -n -r 44100 -e floating-point -b 32 -c 6 "$work/in6f.wav" synth 60 pinknoise gain -3
 
 if command -v soundstretch >/dev/null; then
   stretch_peer=(soundstretch "$work/in.wav" "$work/p.wav" -tempo=-9.0909)

@@ -6,6 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <type_traits>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace {
 // Each voice scales its delay and oscillator period by its entry; the stereo path weights the wet
@@ -202,6 +205,48 @@ void Cascade(typename Form::Sample* buf, uint32_t n, Lane* lanes, double (*state
   const double Nd = k.Nd;
   Lane lv[V];
   for (int v = 0; v < V; ++v) lv[v] = lanes[v];
+#if defined(__SSE2__)
+  if constexpr (FixedC == 2) {
+    // Stereo: the two channels of a frame are the two lanes of one register, each lane computing
+    // exactly what the per-channel loop below computes.
+    const __m128d a = _mm_set1_pd(k.a), b = _mm_set1_pd(k.b), fb = _mm_set1_pd(k.fb);
+    const __m128d inGain = _mm_set1_pd(k.inGain), dry = _mm_set1_pd(k.dry);
+    const __m128d side = _mm_set_pd(k.side[1], k.side[0]);
+    const __m128d sign = _mm_set1_pd(-0.0), floor = _mm_set1_pd(2e-11);
+    __m128d st[V];
+    for (int v = 0; v < V; ++v) st[v] = _mm_loadu_pd(state[v]);
+    for (uint32_t t = 0; t < n; ++t, buf += 2) {
+      __m128d x = QxPairIo<Form>::Read(buf);
+#pragma GCC unroll 3
+      for (int v = 0; v < V; ++v) {
+        Lane& l = lv[v];
+        double p = sines[v][t] * k.amp + l.read;
+        if (p >= Nd) p -= Nd;
+        else if (p < 0.0) p += Nd;
+        int32_t i, j;
+        double f;
+        QxChorusReadPoint(p, N, &i, &j, &f);
+        const __m128d li = _mm_loadu_pd(l.line + 2 * static_cast<size_t>(i));
+        const __m128d lj = _mm_loadu_pd(l.line + 2 * static_cast<size_t>(j));
+        const __m128d s = _mm_add_pd(_mm_mul_pd(_mm_sub_pd(lj, li), _mm_set1_pd(f)), li);
+        __m128d y = _mm_add_pd(_mm_mul_pd(s, b), _mm_mul_pd(st[v], a));
+        y = _mm_and_pd(y, _mm_cmpnlt_pd(_mm_andnot_pd(sign, y), floor));
+        st[v] = y;
+        const __m128d in = v == 0 ? _mm_mul_pd(inGain, x) : x;
+        _mm_storeu_pd(l.line + 2 * static_cast<size_t>(l.write), _mm_add_pd(_mm_mul_pd(y, fb), in));
+        x = v == 0 ? _mm_add_pd(_mm_mul_pd(_mm_mul_pd(y, _mm_set1_pd(l.gain)), side), _mm_mul_pd(in, dry))
+                   : _mm_add_pd(_mm_mul_pd(y, side), in);
+        l.read -= 1.0;
+        if (l.read < 0.0) l.read = Nd - 1.0;
+        if (--l.write < 0) l.write = N - 1;
+      }
+      QxPairIo<Form>::Write(buf, x);
+    }
+    for (int v = 0; v < V; ++v) _mm_storeu_pd(state[v], st[v]);
+    for (int v = 0; v < V; ++v) lanes[v] = lv[v];
+    return;
+  }
+#endif
   double x[32];
   for (uint32_t t = 0; t < n; ++t, buf += C) {
     for (uint32_t c = 0; c < C; ++c) x[c] = Form::Read(buf[c]);
