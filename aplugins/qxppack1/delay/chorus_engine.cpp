@@ -212,7 +212,6 @@ void Cascade(typename Form::Sample* buf, uint32_t n, Lane* lanes, double (*state
     const __m128d a = _mm_set1_pd(k.a), b = _mm_set1_pd(k.b), fb = _mm_set1_pd(k.fb);
     const __m128d inGain = _mm_set1_pd(k.inGain), dry = _mm_set1_pd(k.dry);
     const __m128d side = _mm_set_pd(k.side[1], k.side[0]);
-    const __m128d sign = _mm_set1_pd(-0.0), floor = _mm_set1_pd(2e-11);
     __m128d st[V];
     for (int v = 0; v < V; ++v) st[v] = _mm_loadu_pd(state[v]);
     for (uint32_t t = 0; t < n; ++t, buf += 2) {
@@ -230,7 +229,7 @@ void Cascade(typename Form::Sample* buf, uint32_t n, Lane* lanes, double (*state
         const __m128d lj = _mm_loadu_pd(l.line + 2 * static_cast<size_t>(j));
         const __m128d s = _mm_add_pd(_mm_mul_pd(_mm_sub_pd(lj, li), _mm_set1_pd(f)), li);
         __m128d y = _mm_add_pd(_mm_mul_pd(s, b), _mm_mul_pd(st[v], a));
-        y = _mm_and_pd(y, _mm_cmpnlt_pd(_mm_andnot_pd(sign, y), floor));
+        y = QxZeroBelowPair(y, 2e-11);
         st[v] = y;
         const __m128d in = v == 0 ? _mm_mul_pd(inGain, x) : x;
         _mm_storeu_pd(l.line + 2 * static_cast<size_t>(l.write), _mm_add_pd(_mm_mul_pd(y, fb), in));

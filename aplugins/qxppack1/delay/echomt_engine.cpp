@@ -388,6 +388,42 @@ void CQxEchomtEngine::RunStereo(typename Form::Sample* buf, uint32_t count) {
   const double wet = wetLin_, dry = dryLin_;
   double inL = inputState_[0], inR = inputState_[1];
   double outL = outputState_[0], outR = outputState_[1];
+#if defined(__SSE2__)
+  {
+    // Left and right in the two lanes of one register, each lane computing what the scalar loop
+    // below computes.
+    const __m128d A = _mm_set1_pd(a), B = _mm_set1_pd(b), In = _mm_set1_pd(inLin);
+    const __m128d Wet = _mm_set1_pd(wet), Dry = _mm_set1_pd(dry);
+    __m128d g[kMaxTaps];
+    for (int i = 0; i < kMaxTaps; ++i) g[i] = _mm_set_pd(gr[i], gl[i]);
+    __m128d inS = _mm_set_pd(inR, inL), outS = _mm_set_pd(outR, outL);
+    for (uint32_t j = 0; j < count; ++j) {
+      typename Form::Sample* frame = buf + 2 * static_cast<size_t>(j);
+      const __m128d x = _mm_mul_pd(QxPairIo<Form>::Read(frame), In);
+      const __m128d s = QxZeroBelowPair(_mm_add_pd(_mm_mul_pd(x, B), _mm_mul_pd(A, inS)), 0x1p-32);
+      inS = s;
+      __m128d y = _mm_setzero_pd();
+      const TapRead* row = plan_[j];
+      for (int i = 0; i < taps; ++i) {
+        const double near = line[row[i].k];
+        const double t = (line[row[i].k2] - near) * row[i].f + near;
+        y = _mm_add_pd(y, _mm_mul_pd(_mm_set1_pd(t), g[i]));
+      }
+      y = QxZeroBelowPair(_mm_add_pd(_mm_mul_pd(y, B), _mm_mul_pd(A, outS)), 0x1p-32);
+      outS = y;
+      QxPairIo<Form>::Write(frame, QxZeroBelowPair(_mm_add_pd(_mm_mul_pd(y, Wet), _mm_mul_pd(x, Dry)), 0x1p-32));
+      const double yL = _mm_cvtsd_f64(y), yR = _mm_cvtsd_f64(_mm_unpackhi_pd(y, y));
+      const double sL = _mm_cvtsd_f64(s), sR = _mm_cvtsd_f64(_mm_unpackhi_pd(s, s));
+      const double v = ((yR + yL) * fbs + (sR + sL)) * 0.5;
+      line[planWrite_[j]] = QxClip(v, -kLineLimit, kLineLimit);
+    }
+    inputState_[0] = _mm_cvtsd_f64(inS);
+    inputState_[1] = _mm_cvtsd_f64(_mm_unpackhi_pd(inS, inS));
+    outputState_[0] = _mm_cvtsd_f64(outS);
+    outputState_[1] = _mm_cvtsd_f64(_mm_unpackhi_pd(outS, outS));
+    return;
+  }
+#endif
   for (uint32_t j = 0; j < count; ++j) {
     typename Form::Sample* frame = buf + 2 * static_cast<size_t>(j);
     const double xL = Form::Read(frame[0]) * inLin;

@@ -95,6 +95,12 @@ struct QxPairIo {
   }
 };
 
+// QxZeroBelow on both lanes.
+inline __m128d QxZeroBelowPair(__m128d v, double floor) {
+  const __m128d magnitude = _mm_andnot_pd(_mm_set1_pd(-0.0), v);
+  return _mm_and_pd(v, _mm_cmpnlt_pd(magnitude, _mm_set1_pd(floor)));
+}
+
 // Clip as QxClip does (the bound wins only when the value is beyond it, so a NaN passes), then
 // round to nearest even by the 1.5 x 2^52 addition; the low 32 bits of each lane are the integers.
 inline __m128i QxRoundClippedPair(__m128d v, double lo, double hi) {
