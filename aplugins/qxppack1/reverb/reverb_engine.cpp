@@ -488,6 +488,125 @@ struct StereoOutput {
 };
 }  // namespace
 
+namespace {
+// One stretch of the fast stereo form in which no comb ring reaches its end: the same steps as
+// PairStep and CombStepFast, with the rings indexed from their cursors. NP > 0 fixes the number of
+// shared pairs so that their loop unrolls; 0 reads it from np.
+template <class Form, bool Bass>
+struct FastStretch {
+  typename Form::Sample* buf;
+  uint32_t n;
+  CombPair* pairs;
+  int np;
+  bool odd;
+  CombRun& single;
+  CombPair& p0;
+  CombPair& p1;
+  double& in;
+  BassFilter& bf;
+  StereoOutput& out;
+  double B, A, ig;
+
+  template <int NP>
+  void Run() {
+    constexpr int kMaxPairs = QX_REVERB_MAX_COMBS / 2 + 1;
+    const int count = NP > 0 ? NP : np;
+    // Shared pairs first, then the two private ones (lane 0 left, lane 1 right).
+    double* lane0[kMaxPairs];
+    double* lane1[kMaxPairs];
+    V2 state[kMaxPairs], gain[kMaxPairs];
+    for (int j = 0; j < count; ++j) {
+      lane0[j] = pairs[j].cur[0];
+      lane1[j] = pairs[j].cur[1];
+      state[j] = pairs[j].state;
+      gain[j] = pairs[j].gain;
+    }
+    double* const q0[2] = {p0.cur[0], p0.cur[1]};
+    double* const q1[2] = {p1.cur[0], p1.cur[1]};
+    V2 s0 = p0.state, s1 = p1.state;
+    const V2 g0 = p0.gain, g1 = p1.gain;
+    double* const so = single.cur;
+    double ss = single.state;
+    const double sg = single.gain;
+    const V2 Bv = {B, B}, Av = {A, A};
+    double inState = in;
+    BassFilter f = bf;
+
+    for (uint32_t i = 0; i < n; ++i) {
+      const double xL = ig * Form::Read(buf[2 * size_t{i}]);
+      const double xR = ig * Form::Read(buf[2 * size_t{i} + 1]);
+      const double m = (xL + xR) * 0.5;
+      double v = m * B + A * inState;
+      inState = v;
+      if constexpr (Bass) {
+        const double o = f.s1 * f.b1 + v * f.gain - f.b2 * f.s2;
+        f.s2 = f.s1;
+        f.s1 = o;
+        v = v - f.s1;
+      }
+      const V2 vv = {v, v};
+      V2 acc = {0.0, 0.0};
+#pragma GCC unroll 4
+      for (int j = 0; j < count; ++j) {
+        const V2 r = {lane0[j][i], lane1[j][i]};
+        acc += r;
+        state[j] = r * Bv + state[j] * Av;
+        const V2 o = (vv + state[j]) * gain[j];
+        lane0[j][i] = o[0];
+        lane1[j][i] = o[1];
+      }
+      double sh = acc[0] + acc[1];
+      if (odd) {
+        const double r = so[i];
+        sh += r;
+        ss = r * B + ss * A;
+        so[i] = (v + ss) * sg;
+      }
+      V2 sum = {sh, sh};
+      {
+        const V2 r = {q0[0][i], q0[1][i]};
+        sum += r;
+        s0 = r * Bv + s0 * Av;
+        const V2 o = (vv + s0) * g0;
+        q0[0][i] = o[0];
+        q0[1][i] = o[1];
+      }
+      {
+        const V2 r = {q1[0][i], q1[1][i]};
+        sum += r;
+        s1 = r * Bv + s1 * Av;
+        const V2 o = (vv + s1) * g1;
+        q1[0][i] = o[0];
+        q1[1][i] = o[1];
+      }
+      out.Step<Form>(sum[0], sum[1], xL, xR, buf + 2 * size_t{i});
+    }
+
+    auto advance = [this](double*& cur, double* base, double* end) {
+      cur += n;
+      if (cur == end) cur = base;
+    };
+    for (int j = 0; j < count; ++j) {
+      pairs[j].state = state[j];
+      advance(pairs[j].cur[0], pairs[j].base[0], pairs[j].end[0]);
+      advance(pairs[j].cur[1], pairs[j].base[1], pairs[j].end[1]);
+    }
+    p0.state = s0;
+    p1.state = s1;
+    for (CombPair* p : {&p0, &p1}) {
+      advance(p->cur[0], p->base[0], p->end[0]);
+      advance(p->cur[1], p->base[1], p->end[1]);
+    }
+    if (odd) {
+      single.state = ss;
+      advance(single.cur, single.base, single.end);
+    }
+    in = inState;
+    bf = f;
+  }
+};
+}  // namespace
+
 // Stereo, plain form: the reverb is fed by the mono sum; combs from 2 on are shared, combs 0 and 1
 // are each side's own; the early taps read both sides' rings summed and pan them.
 template <class Form, bool Bass>
@@ -555,33 +674,33 @@ void CQxReverbEngine::RunStereoFast(typename Form::Sample* buf, uint32_t count) 
   CombPair p1 = LoadPair(c0.comb[1], c1.comb[1]);
 
   const double B = poleB_, A = poleA_, ig = inputGain_;
-  const V2 Bv = {B, B}, Av = {A, A};
   double in = c0.inState;
   BassFilter bf = c0.bass;
   StereoOutput out(c0, c1, earlyGain_, earlyOutGain_, reverbOutGain_, dryOutGain_);
 
-  for (uint32_t i = 0; i < count; ++i) {
-    const double xL = ig * Form::Read(buf[2 * size_t{i}]);
-    const double xR = ig * Form::Read(buf[2 * size_t{i} + 1]);
-    const double m = (xL + xR) * 0.5;
-    double v = m * B + A * in;
-    in = v;
-    if constexpr (Bass) {
-      const double o = bf.s1 * bf.b1 + v * bf.gain - bf.b2 * bf.s2;
-      bf.s2 = bf.s1;
-      bf.s1 = o;
-      v = v - bf.s1;
+  // Stretches in which no comb ring wraps, so the inner loop indexes the rings without a test;
+  // the usual comb counts get a loop unrolled over their pairs.
+  for (uint32_t done = 0; done < count;) {
+    size_t run = count - done;
+    auto limit = [&run](const double* cur, const double* end) {
+      run = std::min(run, static_cast<size_t>(end - cur));
+    };
+    for (int j = 0; j < np; ++j) {
+      limit(pairs[j].cur[0], pairs[j].end[0]);
+      limit(pairs[j].cur[1], pairs[j].end[1]);
     }
-    const V2 vv = {v, v};
-    V2 acc = {0.0, 0.0};
-    for (int j = 0; j < np; ++j) PairStep(pairs[j], vv, acc, Bv, Av);
-    double sh = acc[0] + acc[1];
-    if (odd) CombStepFast(single, v, sh, B, A);
-    V2 sum = {sh, sh};
-    PairStep(p0, vv, sum, Bv, Av);
-    PairStep(p1, vv, sum, Bv, Av);
-
-    out.Step<Form>(sum[0], sum[1], xL, xR, buf + 2 * size_t{i});
+    for (const CombPair* p : {&p0, &p1}) {
+      limit(p->cur[0], p->end[0]);
+      limit(p->cur[1], p->end[1]);
+    }
+    if (odd) limit(single.cur, single.end);
+    const uint32_t n = static_cast<uint32_t>(run);
+    typename Form::Sample* b = buf + 2 * size_t{done};
+    FastStretch<Form, Bass> stretch{b, n, pairs, np, odd, single, p0, p1, in, bf, out, B, A, ig};
+    if (np == 4) stretch.template Run<4>();
+    else if (np == 3) stretch.template Run<3>();
+    else stretch.template Run<0>();
+    done += n;
   }
 
   c0.inState = in;
