@@ -1,11 +1,14 @@
 // Tests of the sample-form traits: read scaling, write scaling with clipping and ties-to-even
-// rounding, the 8-bit offset, and unclipped float forms.
+// rounding, the 8-bit offset, unclipped float forms, the two-lane forms and the zeroing guard.
 #include "aplugins/qxppack1/frame/sample_form.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <type_traits>
+#include <vector>
 
 TEST(SampleForm, RoundNearestEvenTiesGoToEven) {
   const double in[] = {0.5, 1.5, 2.5, -0.5, -1.5, -2.5, 2.4999, -2.5001, 2147483646.5};
@@ -60,4 +63,44 @@ TEST(SampleForm, FloatFormsAreNotClipped) {
   EXPECT_EQ(QxFloat64Form::Write(1e300), 1e300);
   EXPECT_EQ(QxFloat32Form::kSilenceByte, 0);
   EXPECT_EQ(QxFloat64Form::kSilenceByte, 0);
+}
+
+// The two-lane forms must give the scalar forms' bits: the edge values are the clip bounds and
+// beyond, rounding ties, signed zeros and, for the float forms, infinities and NaN.
+template <class Form>
+void ExpectPairMatchesScalar() {
+#if defined(__SSE2__)
+  using S = typename Form::Sample;
+  const double inf = std::numeric_limits<double>::infinity();
+  std::vector<double> v = {0.0, -0.0, 1.0, -1.0, 7.0, -7.0, 0.99999, 2.5 / 32768, -2.5 / 32768,
+                           1.5 / 128, 3.5 / 2147483648.0, 1e-300, -1e-310};
+  if constexpr (std::is_floating_point_v<S>) v.insert(v.end(), {inf, -inf, std::nan("")});
+  for (double a : v)
+    for (double b : v) {
+      S pair[2], one[2] = {Form::Write(a), Form::Write(b)};
+      QxPairIo<Form>::Write(pair, _mm_set_pd(b, a));
+      ASSERT_EQ(std::memcmp(pair, one, sizeof pair), 0) << a << " " << b;
+      double back[2];
+      _mm_storeu_pd(back, QxPairIo<Form>::Read(one));
+      const double want[2] = {Form::Read(one[0]), Form::Read(one[1])};
+      ASSERT_EQ(std::memcmp(back, want, sizeof back), 0) << a << " " << b;
+    }
+#endif
+}
+
+TEST(SampleForm, PairsReadAndWriteAsTheScalarForms) {
+  ExpectPairMatchesScalar<QxPcm8Form>();
+  ExpectPairMatchesScalar<QxPcm16Form>();
+  ExpectPairMatchesScalar<QxPcm32Form>();
+  ExpectPairMatchesScalar<QxFloat32Form>();
+  ExpectPairMatchesScalar<QxFloat64Form>();
+}
+
+TEST(SampleForm, ZeroBelowKeepsWhatTheComparisonKeeps) {
+  const double floor = 0x1p-32;
+  for (double v : {0.0, -0.0, floor, -floor, std::nextafter(floor, 0.0), 1e-310, -1.0, 3.0,
+                   std::numeric_limits<double>::infinity(), std::nan("")}) {
+    const double want = std::fabs(v) < floor ? 0.0 : v, got = QxZeroBelow(v, floor);
+    EXPECT_EQ(std::memcmp(&got, &want, sizeof got), 0) << v;
+  }
 }
