@@ -60,8 +60,8 @@ row() {
   awk -v l="$label" -v pl="$peerlabel" -v t="$target" -v qw="$qw" -v qc="$qc" -v pw="$pw" -v pc="$pc" \
       -v rw="$rw" -v rc="$rc" 'BEGIN {
     met = t == "" ? "" : (rw >= t ? "met" : "NOT met");
-    printf "%-38s %7.3f %7.3f   %-30s %7.3f %7.3f   %6.2f %6.2f   %-5s %s\n",
-           l, qw, qc, pl, pw, pc, rw, rc, (t == "" ? "-" : ">= " t), met }'
+    printf "%-38s %7.3f %7.3f   %-30s %7.3f %7.3f   %6.2f %6.2f   %s%s\n",
+           l, qw, qc, pl, pw, pc, rw, rc, (t == "" ? "-" : ">= " t), (met == "" ? "" : "  " met) }'
 }
 
 uptime_load=$(awk '{ print $1, $2, $3 }' /proc/loadavg)
