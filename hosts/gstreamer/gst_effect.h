@@ -1,0 +1,66 @@
+// What the six GStreamer elements share: the effect object made through the module's class table,
+// its private graph, and the GObject properties and presets made from the parameter view.
+#pragma once
+#include <gst/audio/audio.h>
+#include <gst/gst.h>
+
+#include <string>
+
+#include "aplugins/qxppack1/params/param_view.h"
+#include "hosts/gstreamer/effect_graph.h"
+
+// One element type.
+struct QxGstElementInfo {
+  const char* element;   // "qxreverb"
+  const char* view;      // the parameter view's name: "reverb"
+  bool resizes;          // Time Stretch, Pitch Shift: own chain, output counted
+  bool tempo;            // `tempo` and `meter` properties
+  const char* summary;   // the element's description
+};
+
+// The effect behind one element instance.
+struct QxGstEffect {
+  const QxGstElementInfo* info = nullptr;
+  const QxEffectView* view = nullptr;
+  ComPtr<IBaseFilter> filter;
+  QxEffectGraph graph;
+  GstAudioInfo audio{};
+  bool negotiated = false;
+  // Under the object lock: the preset last loaded, the tempo host's settings.
+  std::string preset;
+  double tempo = 0.0;    // beats per minute, 0 for none
+  std::string meter;     // "N/D", empty for none
+};
+
+// The module and the element types. False with a message when the module cannot be loaded.
+bool QxGstLoadModule(GstPlugin* plugin);
+// Makes the effect of `info` for a new instance; null with a logged error when it cannot.
+QxGstEffect* QxGstNewEffect(GObject* object, const QxGstElementInfo* info);
+void QxGstFreeEffect(QxGstEffect* fx);
+QxGstEffect* QxGstEffectOf(gpointer object);
+
+// Caps every element takes and gives: the sample forms the effects accept, as they stand.
+GstStaticCaps* QxGstCaps();
+// The graph for the negotiated format; the tempo host joins when `tempo` or `meter` is set.
+bool QxGstOpenGraph(GstElement* element, QxGstEffect* fx, const GstAudioInfo& info);
+
+// Long name, class "Filter/Effect/Audio", description.
+void QxGstSetMetadata(GstElementClass* klass, const QxGstElementInfo* info);
+
+// Properties: the view's rows (ids 1 .. n), then `preset`, `tempo`/`meter`, `rate`.
+void QxGstInstallProperties(GObjectClass* klass, const QxGstElementInfo* info);
+void QxGstSetProperty(GObject* object, guint id, const GValue* value, GParamSpec* pspec);
+void QxGstGetProperty(GObject* object, guint id, GValue* value, GParamSpec* pspec);
+// The GstPreset interface over the effect's preset rows.
+void QxGstAddPresetInterface(GType type);
+
+// Time Stretch and Pitch Shift: how many times longer the output is than the input.
+double QxGstLengthFactor(QxGstEffect* fx);
+
+// Moves controlled properties to stream time `ts`; true when some property has a control binding.
+bool QxGstSyncControls(GstObject* object, const GstSegment& segment, GstClockTime ts);
+
+GType QxGstInPlaceType(const QxGstElementInfo* info);
+GType QxGstResizeType(const QxGstElementInfo* info);
+
+GST_DEBUG_CATEGORY_EXTERN(qxgst_debug);
