@@ -10,8 +10,8 @@
 #include <map>
 #include <vector>
 
-#include "aplugins/qxppack1/frame/effect_interfaces.h"
 #include "aplugins/qxppack1/frame/mfx_interfaces.h"
+#include "hosts/common/effect_presets.h"
 #include "hosts/common/module_loader.h"
 #include "platform/registry/utf.h"
 #include "tools/qxfx/tempo_host.h"
@@ -98,37 +98,11 @@ GParamSpec* SpecOf(const QxGstElementInfo* info, const QxParamView& p) {
   }
 }
 
-std::vector<std::string> PresetNames(IUnknown* filter) {
-  std::vector<std::string> names;
-  ComPtr<IStaticFilterPreset> presets;
-  if (FAILED(filter->QueryInterface(IID_IStaticFilterPreset, presets.PutVoid())) || !presets) return names;
-  LONG count = 0;
-  presets->GetPresetCount(&count);
-  for (LONG i = 0; i < count; ++i) {
-    WCHAR buf[1024] = {};
-    presets->GetPresetName(i, buf);
-    names.push_back(QxUtf16ToUtf8(buf));
-  }
-  return names;
-}
-
-// A preset by name (case-insensitive) or by index; -1 when there is none.
-int FindPreset(const std::vector<std::string>& names, const char* which) {
-  for (size_t i = 0; i < names.size(); ++i)
-    if (g_ascii_strcasecmp(names[i].c_str(), which) == 0) return static_cast<int>(i);
-  char* end = nullptr;
-  const long i = std::strtol(which, &end, 10);
-  if (end != which && *end == 0 && i >= 0 && i < static_cast<long>(names.size())) return static_cast<int>(i);
-  return -1;
-}
-
 bool LoadPreset(GObject* object, const char* which) {
   QxGstEffect* fx = QxGstEffectOf(object);
-  const std::vector<std::string> names = PresetNames(fx->filter.Get());
-  const int index = which ? FindPreset(names, which) : -1;
-  ComPtr<IStaticFilterPreset> presets;
-  fx->filter->QueryInterface(IID_IStaticFilterPreset, presets.PutVoid());
-  if (index < 0 || !presets || FAILED(presets->LoadPreset(index))) {
+  const std::vector<std::string> names = QxPresetNames(fx->filter.Get());
+  const long index = which ? QxFindPreset(names, which) : -1;
+  if (index < 0 || FAILED(QxLoadPreset(fx->filter.Get(), index))) {
     std::string list;
     for (size_t i = 0; i < names.size(); ++i) list += (i ? ", \"" : "\"") + names[i] + "\"";
     GST_WARNING_OBJECT(object, "no preset \"%s\"; there are %s", which ? which : "", list.c_str());
@@ -246,7 +220,8 @@ bool QxGstOpenGraph(GstElement* element, QxGstEffect* fx, const GstAudioInfo& in
   return true;
 }
 
-void QxGstSetMetadata(GstElementClass* klass, const QxGstElementInfo* info) {
+namespace {
+void SetMetadata(GstElementClass* klass, const QxGstElementInfo* info) {
   const QxEffectView* view = QxFindEffectView(info->view);
   const std::string name = "qxppack1 " + QxUtf16ToUtf8(view->Title);
   gst_element_class_set_static_metadata(klass, g_intern_string(name.c_str()), "Filter/Effect/Audio", info->summary,
@@ -255,7 +230,7 @@ void QxGstSetMetadata(GstElementClass* klass, const QxGstElementInfo* info) {
 
 // ---- Properties ----------------------------------------------------------------------------------
 
-void QxGstInstallProperties(GObjectClass* klass, const QxGstElementInfo* info) {
+void InstallProperties(GObjectClass* klass, const QxGstElementInfo* info) {
   ClassProps c{};
   c.info = info;
   c.view = QxFindEffectView(info->view);
@@ -295,7 +270,7 @@ void QxGstInstallProperties(GObjectClass* klass, const QxGstElementInfo* info) {
   Classes()[G_OBJECT_CLASS_TYPE(klass)] = c;
 }
 
-void QxGstSetProperty(GObject* object, guint id, const GValue* value, GParamSpec* pspec) {
+void SetProperty(GObject* object, guint id, const GValue* value, GParamSpec* pspec) {
   const ClassProps& c = PropsOf(object);
   QxGstEffect* fx = QxGstEffectOf(object);
   if (!fx || !fx->filter) return;
@@ -336,7 +311,7 @@ void QxGstSetProperty(GObject* object, guint id, const GValue* value, GParamSpec
   }
 }
 
-void QxGstGetProperty(GObject* object, guint id, GValue* value, GParamSpec* pspec) {
+void GetProperty(GObject* object, guint id, GValue* value, GParamSpec* pspec) {
   const ClassProps& c = PropsOf(object);
   QxGstEffect* fx = QxGstEffectOf(object);
   if (!fx || !fx->filter) return;
@@ -369,6 +344,21 @@ void QxGstGetProperty(GObject* object, guint id, GValue* value, GParamSpec* pspe
   }
 }
 
+void Finalize(GObject* object) {
+  QxGstFreeEffect(QxGstEffectOf(object));
+  G_OBJECT_CLASS(g_type_class_peek_parent(G_OBJECT_GET_CLASS(object)))->finalize(object);
+}
+}  // namespace
+
+void QxGstInitClass(gpointer g_class, const QxGstElementInfo* info) {
+  auto* gobject = G_OBJECT_CLASS(g_class);
+  gobject->set_property = SetProperty;
+  gobject->get_property = GetProperty;
+  gobject->finalize = Finalize;
+  InstallProperties(gobject, info);
+  SetMetadata(GST_ELEMENT_CLASS(g_class), info);
+}
+
 double QxGstLengthFactor(QxGstEffect* fx) {
   if (const QxParamView* p = Param(fx, "FinalLength")) return LiveNatural(fx, p) / 100.0;
   const QxParamView* preserve = Param(fx, "PreserveDuration");
@@ -394,7 +384,7 @@ bool QxGstSyncControls(GstObject* object, const GstSegment& segment, GstClockTim
 namespace {
 gchar** GetPresetNames(GstPreset* preset) {
   QxGstEffect* fx = QxGstEffectOf(preset);
-  const std::vector<std::string> names = fx && fx->filter ? PresetNames(fx->filter.Get()) : std::vector<std::string>{};
+  const std::vector<std::string> names = fx && fx->filter ? QxPresetNames(fx->filter.Get()) : std::vector<std::string>{};
   gchar** out = g_new0(gchar*, names.size() + 1);
   for (size_t i = 0; i < names.size(); ++i) out[i] = g_strdup(names[i].c_str());
   return out;
@@ -430,7 +420,17 @@ void PresetInterfaceInit(gpointer g_iface, gpointer) {
 }
 }  // namespace
 
-void QxGstAddPresetInterface(GType type) {
-  static const GInterfaceInfo info = {PresetInterfaceInit, nullptr, nullptr};
-  g_type_add_interface_static(type, GST_TYPE_PRESET, &info);
+GType QxGstRegisterType(GType parent, const QxGstElementInfo* info, guint16 classSize, GClassInitFunc classInit,
+                        guint16 instanceSize, GInstanceInitFunc instanceInit) {
+  GTypeInfo type{};
+  type.class_size = classSize;
+  type.class_init = classInit;
+  type.class_data = info;
+  type.instance_size = instanceSize;
+  type.instance_init = instanceInit;
+  const std::string name = std::string("QxGst_") + info->element;
+  const GType t = g_type_register_static(parent, g_intern_string(name.c_str()), &type, GTypeFlags(0));
+  static const GInterfaceInfo preset = {PresetInterfaceInit, nullptr, nullptr};
+  g_type_add_interface_static(t, GST_TYPE_PRESET, &preset);
+  return t;
 }

@@ -44,15 +44,12 @@ GstStaticCaps* QxGstCaps();
 // The graph for the negotiated format; the tempo host joins when `tempo` or `meter` is set.
 bool QxGstOpenGraph(GstElement* element, QxGstEffect* fx, const GstAudioInfo& info);
 
-// Long name, class "Filter/Effect/Audio", description.
-void QxGstSetMetadata(GstElementClass* klass, const QxGstElementInfo* info);
-
-// Properties: the view's rows (ids 1 .. n), then `preset`, `tempo`/`meter`, `rate`.
-void QxGstInstallProperties(GObjectClass* klass, const QxGstElementInfo* info);
-void QxGstSetProperty(GObject* object, guint id, const GValue* value, GParamSpec* pspec);
-void QxGstGetProperty(GObject* object, guint id, GValue* value, GParamSpec* pspec);
-// The GstPreset interface over the effect's preset rows.
-void QxGstAddPresetInterface(GType type);
+// What both kinds of element class share: metadata (class "Filter/Effect/Audio"), the properties
+// (the view's rows as ids 1 .. n, then `preset`, `tempo`/`meter`, `rate`), and the finalizer.
+void QxGstInitClass(gpointer g_class, const QxGstElementInfo* info);
+// Registers an element type over `parent` with the GstPreset interface over the preset rows.
+GType QxGstRegisterType(GType parent, const QxGstElementInfo* info, guint16 classSize, GClassInitFunc classInit,
+                        guint16 instanceSize, GInstanceInitFunc instanceInit);
 
 // Time Stretch and Pitch Shift: how many times longer the output is than the input.
 double QxGstLengthFactor(QxGstEffect* fx);

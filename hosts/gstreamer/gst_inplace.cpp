@@ -126,22 +126,12 @@ gboolean Stop(GstBaseTransform* trans) {
   return TRUE;
 }
 
-void Finalize(GObject* object) {
-  QxGstFreeEffect(Fx(object));
-  G_OBJECT_CLASS(g_parentClass)->finalize(object);
-}
-
 void ClassInit(gpointer g_class, gpointer data) {
   const auto* info = static_cast<const QxGstElementInfo*>(data);
   g_parentClass = static_cast<GstAudioFilterClass*>(g_type_class_peek_parent(g_class));
   auto* klass = static_cast<QxGstInPlaceClass*>(g_class);
   klass->info = info;
-  auto* gobject = G_OBJECT_CLASS(g_class);
-  gobject->set_property = QxGstSetProperty;
-  gobject->get_property = QxGstGetProperty;
-  gobject->finalize = Finalize;
-  QxGstInstallProperties(gobject, info);
-  QxGstSetMetadata(GST_ELEMENT_CLASS(g_class), info);
+  QxGstInitClass(g_class, info);
   GstCaps* caps = gst_static_caps_get(QxGstCaps());
   gst_audio_filter_class_add_pad_templates(GST_AUDIO_FILTER_CLASS(g_class), caps);
   gst_caps_unref(caps);
@@ -162,14 +152,5 @@ void InstanceInit(GTypeInstance* instance, gpointer g_class) {
 }  // namespace
 
 GType QxGstInPlaceType(const QxGstElementInfo* info) {
-  GTypeInfo type{};
-  type.class_size = sizeof(QxGstInPlaceClass);
-  type.class_init = ClassInit;
-  type.class_data = info;
-  type.instance_size = sizeof(QxGstInPlace);
-  type.instance_init = InstanceInit;
-  std::string name = std::string("QxGst_") + info->element;
-  GType t = g_type_register_static(GST_TYPE_AUDIO_FILTER, g_intern_string(name.c_str()), &type, GTypeFlags(0));
-  QxGstAddPresetInterface(t);
-  return t;
+  return QxGstRegisterType(GST_TYPE_AUDIO_FILTER, info, sizeof(QxGstInPlaceClass), ClassInit, sizeof(QxGstInPlace), InstanceInit);
 }

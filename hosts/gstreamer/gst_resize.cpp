@@ -220,22 +220,12 @@ GstStateChangeReturn ChangeState(GstElement* element, GstStateChange transition)
   return ret;
 }
 
-void Finalize(GObject* object) {
-  QxGstFreeEffect(Fx(object));
-  G_OBJECT_CLASS(g_parentClass)->finalize(object);
-}
-
 void ClassInit(gpointer g_class, gpointer data) {
   const auto* info = static_cast<const QxGstElementInfo*>(data);
   g_parentClass = static_cast<GstElementClass*>(g_type_class_peek_parent(g_class));
   static_cast<QxGstResizeClass*>(g_class)->info = info;
-  auto* gobject = G_OBJECT_CLASS(g_class);
-  gobject->set_property = QxGstSetProperty;
-  gobject->get_property = QxGstGetProperty;
-  gobject->finalize = Finalize;
-  QxGstInstallProperties(gobject, info);
+  QxGstInitClass(g_class, info);
   auto* element = GST_ELEMENT_CLASS(g_class);
-  QxGstSetMetadata(element, info);
   GstCaps* caps = gst_static_caps_get(QxGstCaps());
   gst_element_class_add_pad_template(element, gst_pad_template_new("sink", GST_PAD_SINK, GST_PAD_ALWAYS, caps));
   gst_element_class_add_pad_template(element, gst_pad_template_new("src", GST_PAD_SRC, GST_PAD_ALWAYS, caps));
@@ -264,14 +254,5 @@ void InstanceInit(GTypeInstance* instance, gpointer g_class) {
 }  // namespace
 
 GType QxGstResizeType(const QxGstElementInfo* info) {
-  GTypeInfo type{};
-  type.class_size = sizeof(QxGstResizeClass);
-  type.class_init = ClassInit;
-  type.class_data = info;
-  type.instance_size = sizeof(QxGstResize);
-  type.instance_init = InstanceInit;
-  const std::string name = std::string("QxGst_") + info->element;
-  GType t = g_type_register_static(GST_TYPE_ELEMENT, g_intern_string(name.c_str()), &type, GTypeFlags(0));
-  QxGstAddPresetInterface(t);
-  return t;
+  return QxGstRegisterType(GST_TYPE_ELEMENT, info, sizeof(QxGstResizeClass), ClassInit, sizeof(QxGstResize), InstanceInit);
 }
