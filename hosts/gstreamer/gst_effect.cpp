@@ -175,6 +175,36 @@ GstStaticCaps* QxGstCaps() {
   return &caps;
 }
 
+namespace {
+// The tempo host: a map of one tempo and one meter from the `tempo` and `meter` properties, at the
+// stream's rate. Without either the effect stays unconnected and takes its own fallback.
+void ConnectTempo(GObject* element, QxGstEffect* fx) {
+  ComPtr<IMfxSoftSynth> synth;
+  if (!fx->info->tempo || !fx->filter || FAILED(fx->filter->QueryInterface(IID_IMfxSoftSynth, synth.PutVoid())) ||
+      !synth)
+    return;
+  GST_OBJECT_LOCK(element);
+  const double tempo = fx->tempo;
+  const std::string meter = fx->meter;
+  const int rate = fx->tempoRate;
+  GST_OBJECT_UNLOCK(element);
+  synth->Disconnect();
+  std::vector<QxfxTempoChange> changes;
+  if (tempo > 0) changes.push_back(QxfxTempoChange{.bpm = tempo});
+  QxfxTempoChange m{.meter = true};
+  if (!meter.empty() && QxfxParseMeter(meter, &m.numerator, &m.denominator)) changes.push_back(m);
+  CQxfxTempoContext* context = nullptr;
+  std::string error;
+  if (rate <= 0 || changes.empty() || !CQxfxTempoContext::Create(changes, static_cast<uint32_t>(rate), &context, &error))
+    return;
+  // Connect takes over this reference.
+  if (SUCCEEDED(synth->Connect(static_cast<IMfxTempoMap*>(context))))
+    synth->StartPlayback(0);
+  else
+    context->Release();
+}
+}  // namespace
+
 bool QxGstOpenGraph(GstElement* element, QxGstEffect* fx, const GstAudioInfo& info) {
   WavForm form;
   switch (GST_AUDIO_INFO_FORMAT(&info)) {
@@ -188,28 +218,10 @@ bool QxGstOpenGraph(GstElement* element, QxGstEffect* fx, const GstAudioInfo& in
   fx->negotiated = false;
   fx->graph.Close();
   if (!fx->filter) return false;
-  ComPtr<IMfxSoftSynth> synth;
-  if (fx->info->tempo && SUCCEEDED(fx->filter->QueryInterface(IID_IMfxSoftSynth, synth.PutVoid())) && synth) {
-    synth->Disconnect();
-    GST_OBJECT_LOCK(element);
-    const double tempo = fx->tempo;
-    const std::string meter = fx->meter;
-    GST_OBJECT_UNLOCK(element);
-    std::vector<QxfxTempoChange> changes;
-    if (tempo > 0) changes.push_back(QxfxTempoChange{.bpm = tempo});
-    QxfxTempoChange m{.meter = true};
-    if (!meter.empty() && QxfxParseMeter(meter, &m.numerator, &m.denominator)) changes.push_back(m);
-    CQxfxTempoContext* context = nullptr;
-    std::string error;
-    if (!changes.empty() &&
-        CQxfxTempoContext::Create(changes, static_cast<uint32_t>(GST_AUDIO_INFO_RATE(&info)), &context, &error)) {
-      // Connect takes over this reference.
-      if (SUCCEEDED(synth->Connect(static_cast<IMfxTempoMap*>(context))))
-        synth->StartPlayback(0);
-      else
-        context->Release();
-    }
-  }
+  GST_OBJECT_LOCK(element);
+  fx->tempoRate = GST_AUDIO_INFO_RATE(&info);
+  GST_OBJECT_UNLOCK(element);
+  ConnectTempo(G_OBJECT(element), fx);
   const HRESULT hr = fx->graph.Open(fx->filter.Get(), form, GST_AUDIO_INFO_CHANNELS(&info), GST_AUDIO_INFO_RATE(&info));
   if (FAILED(hr)) {
     GST_ERROR_OBJECT(element, "the effect refuses this format (0x%08x)", static_cast<unsigned>(hr));
@@ -290,6 +302,7 @@ void SetProperty(GObject* object, guint id, const GValue* value, GParamSpec* psp
     GST_OBJECT_LOCK(object);
     fx->tempo = g_value_get_double(value);
     GST_OBJECT_UNLOCK(object);
+    ConnectTempo(object, fx);
   } else if (id == c.meter) {
     const char* text = g_value_get_string(value);
     int n = 0, d = 0;
@@ -300,6 +313,7 @@ void SetProperty(GObject* object, guint id, const GValue* value, GParamSpec* psp
     GST_OBJECT_LOCK(object);
     fx->meter = text ? text : "";
     GST_OBJECT_UNLOCK(object);
+    ConnectTempo(object, fx);
   } else if (id == c.rate) {
     const double rate = g_value_get_double(value);
     if (const QxParamView* p = Param(fx, "FinalLength"))

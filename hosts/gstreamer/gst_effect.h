@@ -26,10 +26,12 @@ struct QxGstEffect {
   QxEffectGraph graph;
   GstAudioInfo audio{};
   bool negotiated = false;
-  // Under the object lock: the preset last loaded, the tempo host's settings.
+  // Under the object lock: the preset last loaded, the tempo host's settings. A change of tempo
+  // or meter while streaming takes effect at once.
   std::string preset;
   double tempo = 0.0;    // beats per minute, 0 for none
   std::string meter;     // "N/D", empty for none
+  int tempoRate = 0;     // the stream's rate once negotiated
 };
 
 // The module and the element types. False with a message when the module cannot be loaded.
