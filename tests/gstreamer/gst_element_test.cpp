@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -214,6 +215,8 @@ TEST_P(GstElementTest, Presets) {
   g_strfreev(names);
   gst_object_unref(element);
 }
+
+void PrintTo(const Element& c, std::ostream* os) { *os << c.name; }
 
 INSTANTIATE_TEST_SUITE_P(Elements, GstElementTest, ::testing::ValuesIn(kElements),
                          [](const ::testing::TestParamInfo<Element>& i) { return std::string(i.param.name); });

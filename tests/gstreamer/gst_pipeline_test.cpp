@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -113,6 +114,8 @@ TEST_P(GstPipelineTest, SameSamplesAsQxfx) {
     EXPECT_TRUE(a.bytes == b.bytes) << "the samples differ";
   }
 }
+
+void PrintTo(const Case& c, std::ostream* os) { *os << c.name; }
 
 INSTANTIATE_TEST_SUITE_P(Elements, GstPipelineTest, ::testing::ValuesIn(kCases),
                          [](const ::testing::TestParamInfo<Case>& i) { return std::string(i.param.name); });
