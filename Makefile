@@ -12,7 +12,9 @@ FUZZ_PACKAGES := clang libclang-rt-dev
 TSAN_TESTS := streaming_race_test mediagraph_tests reverb_filter_test echos_filter_test
 JOBS ?= $(shell nproc)
 DEB_PACKAGES := cmake g++ make pkg-config libsndfile1-dev libgtest-dev libgmock-dev libbenchmark-dev sox \
-  libcairo2-dev libpango1.0-dev fonts-dejavu-core libx11-dev xvfb xdotool
+  libcairo2-dev libpango1.0-dev fonts-dejavu-core libx11-dev xvfb xdotool \
+  libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base \
+  gstreamer1.0-plugins-good
 # The peers the benchmarks compare against, beyond sox.
 BENCH_PACKAGES := soundstretch
 CMAKE_FLAGS ?=

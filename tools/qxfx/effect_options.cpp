@@ -12,6 +12,7 @@
 #include <iterator>
 
 #include "aplugins/qxppack1/frame/effect_interfaces.h"
+#include "hosts/common/effect_presets.h"
 #include "platform/com/persist.h"
 #include "platform/com/task_mem.h"
 #include "tools/qxfx/file_checks.h"
@@ -58,18 +59,6 @@ ComPtr<T> Query(IUnknown* u, REFIID iid) {
   ComPtr<T> p;
   u->QueryInterface(iid, p.PutVoid());
   return p;
-}
-
-std::vector<std::string> PresetNames(IStaticFilterPreset* presets) {
-  std::vector<std::string> names;
-  LONG count = 0;
-  presets->GetPresetCount(&count);
-  for (LONG i = 0; i < count; ++i) {
-    WCHAR buf[1024] = {};
-    presets->GetPresetName(i, buf);
-    names.push_back(Narrow(buf));
-  }
-  return names;
 }
 
 bool ParseDouble(const std::string& s, double* v) {
@@ -121,29 +110,20 @@ bool LoadState(IUnknown* filter, const std::string& path, std::string* error) {
 }
 
 bool ApplyPreset(IUnknown* filter, const std::string& which, std::string* error) {
-  auto presets = Query<IStaticFilterPreset>(filter, IID_IStaticFilterPreset);
-  if (!presets) {
+  std::vector<std::string> names = QxPresetNames(filter);
+  if (names.empty()) {
     *error = "this effect has no presets";
     return false;
   }
-  std::vector<std::string> names = PresetNames(presets.Get());
-  long index = -1;
-  char* end = nullptr;
-  long n = std::strtol(which.c_str(), &end, 10);
-  if (!which.empty() && *end == 0) {
-    index = n;
-  } else {
-    for (size_t i = 0; i < names.size(); ++i)
-      if (Lower(Trim(names[i])) == Lower(Trim(which))) index = static_cast<long>(i);
-  }
-  if (index < 0 || index >= static_cast<long>(names.size())) {
+  const long index = QxFindPreset(names, which);
+  if (index < 0) {
     std::string hint = QxfxNearest(which, names);
     *error = "no preset " + Quote(which) + (hint.empty() ? "" : " (did you mean " + Quote(hint) + "?)") +
              "; there are " + std::to_string(names.size()) + " presets, 0 to " + std::to_string(names.size() - 1) +
              " (qxfx presets EFFECT lists them)";
     return false;
   }
-  HRESULT hr = presets->LoadPreset(index);
+  HRESULT hr = QxLoadPreset(filter, index);
   if (FAILED(hr)) {
     *error = "could not load preset " + Quote(which);
     return false;
@@ -358,10 +338,7 @@ bool QxfxSaveState(IUnknown* filter, const std::string& path, std::string* error
   return true;
 }
 
-std::vector<std::string> QxfxPresetNames(IUnknown* filter) {
-  auto presets = Query<IStaticFilterPreset>(filter, IID_IStaticFilterPreset);
-  return presets ? PresetNames(presets.Get()) : std::vector<std::string>{};
-}
+std::vector<std::string> QxfxPresetNames(IUnknown* filter) { return QxPresetNames(filter); }
 
 void QxfxPrintPresets(IUnknown* filter, bool json) {
   std::vector<std::string> names = QxfxPresetNames(filter);

@@ -124,7 +124,7 @@ int Info(const std::string& path) {
 
 // Makes the filter as a host does: by class identifier through the loaded module.
 bool MakeFilter(const QxfxEffect& effect, ComPtr<IBaseFilter>* filter, std::string* error) {
-  const QxfxModule* module = QxfxModule::Get(error);
+  const QxHostModule* module = QxfxLoadModule(error);
   if (!module) return false;
   ComPtr<IClassFactory> factory;
   HRESULT hr = module->GetClassObject(effect.clsid, IID_IClassFactory, factory.PutVoid());
@@ -359,7 +359,7 @@ int Process(const QxfxCommandLine& cl) {
         if (!cl.chain[i].saveState.empty() && cl.chain[i].saveState == cl.chain[k].saveState)
           return Fail("--save-state " + cl.chain[i].saveState + " is given to two effects of the chain");
   }
-  QxfxModule::Get(&error);  // loaded once, before any child is made
+  QxfxLoadModule(&error);  // loaded once, before any child is made
   if (!cl.outDir.empty()) return ProcessBatch(cl, form);
   if (!cl.output.empty() && cl.output != "-" && cl.output == cl.inputs[0])
     return Fail("the output " + cl.output + " is the input; choose another output file");

@@ -76,7 +76,7 @@ std::string RegistryProblem() {
 
 int RunServer(bool unregister, bool quiet) {
   std::string error;
-  QxfxModule* module = QxfxModule::Get(&error);
+  QxHostModule* module = QxfxLoadModule(&error);
   if (!module) return Fail(error);
   const HRESULT hr = unregister ? module->UnregisterServer() : module->RegisterServer();
   const char* what = unregister ? "unregister" : "register";
@@ -89,7 +89,7 @@ int RunServer(bool unregister, bool quiet) {
 
 int QxfxList(bool json) {
   std::string error;
-  QxfxModule* module = QxfxModule::Get(&error);
+  QxHostModule* module = QxfxLoadModule(&error);
   if (!module) return Fail(error);
   std::string problem;
   if (!json)
