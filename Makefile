@@ -12,7 +12,8 @@ FUZZ_PACKAGES := clang libclang-rt-dev
 TSAN_TESTS := streaming_race_test mediagraph_tests reverb_filter_test echos_filter_test
 JOBS ?= $(shell nproc)
 DEB_PACKAGES := cmake g++ make pkg-config libsndfile1-dev libgtest-dev libgmock-dev libbenchmark-dev sox \
-  libcairo2-dev libpango1.0-dev fonts-dejavu-core libx11-dev xvfb xdotool
+  libcairo2-dev libpango1.0-dev fonts-dejavu-core libx11-dev xvfb xdotool \
+  pybind11-dev python3-dev python3-numpy python3-pytest python3-dask python3-distributed
 # The peers the benchmarks compare against, beyond sox.
 BENCH_PACKAGES := soundstretch
 CMAKE_FLAGS ?=

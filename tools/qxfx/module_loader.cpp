@@ -8,6 +8,7 @@
 
 #include <climits>
 #include <cstdlib>
+#include <mutex>
 
 namespace {
 std::string ExecutableDir() {
@@ -44,10 +45,13 @@ std::vector<std::string> QxfxModuleCandidates() {
   return v;
 }
 
-QxfxModule* QxfxModule::Get(std::string* error) {
+QxfxModule* QxfxModule::Get(std::string* error) { return Load(QxfxModuleCandidates(), error); }
+
+QxfxModule* QxfxModule::Load(const std::vector<std::string>& candidates, std::string* error) {
+  static std::mutex lock;
   static QxfxModule* loaded = nullptr;
+  std::lock_guard<std::mutex> hold(lock);
   if (loaded) return loaded;
-  const std::vector<std::string> candidates = QxfxModuleCandidates();
   std::string tried;
   for (const std::string& c : candidates) {
     if (!IsFile(c)) {

@@ -20,6 +20,9 @@ class QxfxModule {
   // Loads the first candidate that exists (once per process); null with a message in *error if
   // none loads or the file lacks an entry point.
   static QxfxModule* Get(std::string* error);
+  // The same from the host's own list of places (a host that is not the qxfx binary: Python).
+  // Whichever call loads first wins; later calls give that module.
+  static QxfxModule* Load(const std::vector<std::string>& candidates, std::string* error);
 
   HRESULT GetClassObject(REFCLSID clsid, REFIID riid, void** ppv) const { return getClassObject_(clsid, riid, ppv); }
   HRESULT CanUnloadNow() const { return canUnloadNow_(); }
