@@ -14,6 +14,7 @@
 #include "platform/com/stream.h"
 #include "platform/mediagraph/endpoints.h"
 #include "platform/mediagraph/graph_runner.h"
+#include "platform/registry/utf.h"
 #include "tools/qxfx/file_graph.h"
 #include "tools/qxfx/module_loader.h"
 
@@ -29,24 +30,6 @@ ComPtr<T> Query(IUnknown* u, REFIID iid) {
 }
 
 [[noreturn]] void Fail(std::string message) { throw PyHostError{std::move(message)}; }
-
-std::string Utf8(const WCHAR* s) {
-  std::string r;
-  for (; s && *s; ++s) {
-    char32_t c = *s;
-    if (c < 0x80) {
-      r += static_cast<char>(c);
-    } else if (c < 0x800) {
-      r += static_cast<char>(0xC0 | (c >> 6));
-      r += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      r += static_cast<char>(0xE0 | (c >> 12));
-      r += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      r += static_cast<char>(0x80 | (c & 0x3F));
-    }
-  }
-  return r;
-}
 
 std::string Lower(std::string s) {
   for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -143,7 +126,7 @@ std::vector<std::string> PyEffect::Presets() {
   for (LONG i = 0; i < count; ++i) {
     WCHAR buf[1024] = {};
     presets->GetPresetName(i, buf);
-    names.push_back(Utf8(buf));
+    names.push_back(QxUtf16ToUtf8(buf));
   }
   return names;
 }

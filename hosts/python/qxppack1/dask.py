@@ -7,7 +7,7 @@ One task per file; each output is written whole or not at all, under its own nam
 """
 import os
 
-from . import Effect, _Effect
+from . import Chain, _Effect
 from ._qxppack1 import _process_file
 
 __all__ = ["process_files"]
@@ -16,16 +16,7 @@ __all__ = ["process_files"]
 def _states(chain):
     if isinstance(chain, (_Effect, str)):
         chain = [chain]
-    states = []
-    for e in chain:
-        if isinstance(e, str):
-            e = Effect(e)
-        if not isinstance(e, _Effect):
-            raise ValueError(f"a chain holds effects or effect names; got {type(e).__name__}.")
-        states.append(e.state)
-    if not states:
-        raise ValueError("a chain needs at least one effect.")
-    return states
+    return [e.state for e in Chain(chain)]
 
 
 def _process_one(path, out, states):
