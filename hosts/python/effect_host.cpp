@@ -136,6 +136,7 @@ void PyEffect::LoadPreset(long index) {
   auto presets = Query<IStaticFilterPreset>(filter_, IID_IStaticFilterPreset);
   if (!presets || FAILED(presets->LoadPreset(index)))
     Fail("no preset " + std::to_string(index) + " in " + view_->Name + "; see its presets.");
+  if (stream_) Query<IStaticFilterPreset>(stream_->filter.Get(), IID_IStaticFilterPreset)->LoadPreset(index);
 }
 
 void PyEffect::LoadPreset(const std::string& name) {
@@ -173,6 +174,8 @@ double PyEffect::Get(const QxParamView& p) {
 void PyEffect::SetStored(const QxParamView& p, double stored) {
   std::lock_guard<std::mutex> hold(lock_);
   if (FAILED(QxParamSetLive(p, filter_, stored))) Fail(std::string("cannot set ") + p.Name + ".");
+  // A stream in progress hears the change from its next block, as a host's page edit would.
+  if (stream_) QxParamSetLive(p, stream_->filter.Get(), stored);
   // Pitch Shift sounds its Ratio; its page derives it from semitones and cents as they change.
   const std::string name = p.Name;
   if (std::string(view_->Name) == "pitch-shift" && (name == "Semitones" || name == "Cents")) {

@@ -20,7 +20,10 @@ def test_process_files_equals_qxfx_out_dir(tmp_path):
     bad.write_bytes(b"RIFF\x10\x00\x00\x00WAVEjunk")
     chain = [qxppack1.Effect("pitch-shift", preset="Third down"), qxppack1.Effect("reverb", preset="Plate")]
 
-    with LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None) as cluster, Client(cluster) as client:
+    # Workers as threads: they start and stop in a moment, also under the sanitizers, where worker
+    # processes outlive the nanny's patience; tasks, transport and reports are the same.
+    with LocalCluster(n_workers=2, threads_per_worker=1, processes=False, dashboard_address=None) as cluster, \
+            Client(cluster) as client:
         reports = process_files(good + [str(bad)], tmp_path / "py", chain, client=client)
     wavio.qxfx("process", "--out-dir", str(tmp_path / "cli"), *good,
                "pitch-shift", "--preset", "Third down", "+", "reverb", "--preset", "Plate")
