@@ -5,6 +5,12 @@
 #include <cstdio>
 
 namespace {
+// What a sink has to say about a failure, when it keeps a message.
+std::string SinkError(CSinkFilter* sink) {
+  auto* wav = dynamic_cast<CWavSink*>(sink);
+  return wav ? wav->LastError() : std::string();
+}
+
 std::string HrText(HRESULT hr) {
   char buf[16];
   std::snprintf(buf, sizeof buf, "0x%08X", static_cast<unsigned>(hr));
@@ -33,7 +39,7 @@ HRESULT CGraphRunner::Fail(HRESULT hr, std::string text) {
   return hr;
 }
 
-HRESULT CGraphRunner::Build(CWavSource* source, const std::vector<IBaseFilter*>& filters, CWavSink* sink) {
+HRESULT CGraphRunner::Build(CWavSource* source, const std::vector<IBaseFilter*>& filters, CSinkFilter* sink) {
   if (!source || !sink) return E_POINTER;
   Teardown();
   m_error.clear();
@@ -82,7 +88,7 @@ HRESULT CGraphRunner::StopAll() {
   return first;
 }
 
-HRESULT CGraphRunner::Run() {
+HRESULT CGraphRunner::Start() {
   if (!m_source || m_links.size() + 1 != m_filters.size()) return Fail(E_UNEXPECTED, "the graph is not built");
   HRESULT hr = m_source->Rewind();
   if (FAILED(hr)) return Fail(hr, m_source->LastError());
@@ -90,7 +96,7 @@ HRESULT CGraphRunner::Run() {
   for (size_t i = m_filters.size(); i-- > 0;) {
     hr = m_filters[i]->Pause();
     if (FAILED(hr)) {
-      std::string why = i + 1 == m_filters.size() ? m_sink->LastError() : std::string();
+      std::string why = i + 1 == m_filters.size() ? SinkError(m_sink) : std::string();
       StopAll();
       return Fail(hr, "filter " + std::to_string(i) + " cannot pause: " + HrText(hr) + (why.empty() ? "" : " (" + why + ")"));
     }
@@ -102,10 +108,38 @@ HRESULT CGraphRunner::Run() {
       return Fail(hr, "filter " + std::to_string(i) + " cannot run: " + HrText(hr));
     }
   }
+  return S_OK;
+}
+
+HRESULT CGraphRunner::Push() {
+  for (bool done = false; !done;) {
+    HRESULT hr = m_source->PushBlock(&done);
+    if (FAILED(hr)) {
+      std::string why = SinkError(m_sink);
+      return Fail(hr, m_source->LastError() + (why.empty() ? "" : " (sink: " + why + ")"));
+    }
+  }
+  return S_OK;
+}
+
+HRESULT CGraphRunner::Finish(bool endOfStream) {
+  HRESULT hr = endOfStream ? m_source->OutputPin()->DeliverEndOfStream() : S_OK;
+  HRESULT stopped = StopAll();
+  if (FAILED(hr)) {
+    std::string why = SinkError(m_sink);
+    return Fail(hr, "end of stream failed: " + HrText(hr) + (why.empty() ? "" : " (sink: " + why + ")"));
+  }
+  if (FAILED(stopped)) return Fail(stopped, "stop failed: " + HrText(stopped));
+  return S_OK;
+}
+
+HRESULT CGraphRunner::Run() {
+  HRESULT hr = Start();
+  if (FAILED(hr)) return hr;
   HRESULT pushed = m_source->PushAll();
   HRESULT stopped = StopAll();
   if (FAILED(pushed)) {
-    std::string why = m_sink->LastError();
+    std::string why = SinkError(m_sink);
     return Fail(pushed, m_source->LastError() + (why.empty() ? "" : " (sink: " + why + ")"));
   }
   if (FAILED(stopped)) return Fail(stopped, "stop failed: " + HrText(stopped));

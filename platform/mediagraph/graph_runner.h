@@ -1,5 +1,6 @@
 // CGraphRunner: builds source -> filter(s) -> sink from a WAV source, any chain of filters with
-// "Input" and "Output" pins, and a WAV sink; runs the whole file through on the calling thread.
+// "Input" and "Output" pins, and a sink (a WAV file, or any CSinkFilter); runs the whole file
+// through on the calling thread, or block by block as the host feeds the source.
 #pragma once
 #include <string>
 #include <vector>
@@ -15,10 +16,16 @@ class CGraphRunner {
   CGraphRunner& operator=(const CGraphRunner&) = delete;
 
   // Keeps references to all filters and connects them in order; `filters` may be empty.
-  HRESULT Build(CWavSource* source, const std::vector<IBaseFilter*>& filters, CWavSink* sink);
+  HRESULT Build(CWavSource* source, const std::vector<IBaseFilter*>& filters, CSinkFilter* sink);
   // Pause (downstream first), Run, push the whole file, end of stream, Stop. Returns the first
   // failure; Stop runs even after a failure.
   HRESULT Run();
+  // The same in steps, for a source the host feeds: Start rewinds and runs the graph, Push delivers
+  // what the source has, Finish sends the end of stream and stops (the end of stream only when
+  // `endOfStream`). After a failure, Finish still stops.
+  HRESULT Start();
+  HRESULT Push();
+  HRESULT Finish(bool endOfStream = true);
   // Stops, disconnects every pin and drops the references.
   void Teardown();
 
@@ -35,7 +42,7 @@ class CGraphRunner {
   HRESULT StopAll();
 
   CWavSource* m_source = nullptr;
-  CWavSink* m_sink = nullptr;
+  CSinkFilter* m_sink = nullptr;
   std::vector<IBaseFilter*> m_filters;  // upstream to downstream, source and sink included
   std::vector<std::pair<IPin*, IPin*>> m_links;
   std::string m_error;

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <new>
 
 #include "platform/mediagraph/wav_forms.h"
@@ -23,13 +24,13 @@ CWavSourcePin::CWavSourcePin(CWavSource* filter, CCritSec* lock, HRESULT* hr)
     : CBaseOutputPin("Wav source pin", filter, lock, hr, u"Output"), m_pSource(filter) {}
 
 HRESULT CWavSourcePin::CheckMediaType(const CMediaType* mt) {
-  if (!m_pSource->m_file) return VFW_E_NOT_CONNECTED;
+  if (!m_pSource->IsOpen()) return VFW_E_NOT_CONNECTED;
   return *mt == m_pSource->m_Type ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
 }
 
 HRESULT CWavSourcePin::GetMediaType(int position, CMediaType* mt) {
   if (position < 0) return E_INVALIDARG;
-  if (position > 0 || !m_pSource->m_file) return VFW_S_NO_MORE_ITEMS;
+  if (position > 0 || !m_pSource->IsOpen()) return VFW_S_NO_MORE_ITEMS;
   *mt = m_pSource->m_Type;
   return S_OK;
 }
@@ -96,9 +97,40 @@ HRESULT CWavSource::Open(const std::string& path) {
   return S_OK;
 }
 
+HRESULT CWavSource::OpenMemory(int form, WORD channels, DWORD rate) {
+  CAutoLock lock(&m_Lock);
+  if (m_Pin.IsConnected()) return Fail(VFW_E_ALREADY_CONNECTED, "the source is connected; open it first");
+  Close();
+  if (form < static_cast<int>(WavForm::Pcm8) || form > static_cast<int>(WavForm::Float64) || channels < 1 || rate < 1)
+    return Fail(E_INVALIDARG, "no usable sample form, channel count or sample rate");
+  CMediaType type;
+  HRESULT hr = MakeWavFormType(static_cast<WavForm>(form), channels, rate, &type);
+  if (FAILED(hr)) return Fail(hr, "cannot describe the format");
+  m_memory = true;
+  m_Type = std::move(type);
+  m_fileFormat = SfSubtypeOfForm(static_cast<WavForm>(form));
+  m_readKind = form;
+  m_totalFrames = 0;
+  m_position = 0;
+  m_error.clear();
+  return S_OK;
+}
+
+HRESULT CWavSource::Feed(const void* frames, LONGLONG count) {
+  if (!m_memory) return Fail(E_UNEXPECTED, "the source reads a file");
+  if (count < 0 || (count > 0 && !frames)) return E_INVALIDARG;
+  m_fed = static_cast<const BYTE*>(frames);
+  m_fedLeft = count;
+  m_totalFrames = m_position + count;
+  return S_OK;
+}
+
 void CWavSource::Close() {
   if (m_file) sf_close(File(m_file));
   m_file = nullptr;
+  m_memory = false;
+  m_fed = nullptr;
+  m_fedLeft = 0;
   m_shortScratch.clear();
 }
 
@@ -111,6 +143,10 @@ HRESULT CWavSource::SetFramesPerBlock(LONG frames) {
 }
 
 HRESULT CWavSource::Rewind() {
+  if (m_memory) {
+    m_position = 0;
+    return S_OK;
+  }
   if (!m_file) return Fail(E_UNEXPECTED, "no file is open");
   if (sf_seek(File(m_file), 0, SEEK_SET) < 0) return Fail(STG_E_READFAULT, "cannot seek to the start");
   m_position = 0;
@@ -120,8 +156,12 @@ HRESULT CWavSource::Rewind() {
 HRESULT CWavSource::PushBlock(bool* done) {
   if (!done) return E_POINTER;
   *done = false;
-  if (!m_file) return Fail(E_UNEXPECTED, "no file is open");
+  if (!IsOpen()) return Fail(E_UNEXPECTED, "no file is open");
   const WAVEFORMATEX* w = WaveFormat();
+  if (m_memory && m_fedLeft == 0) {
+    *done = true;
+    return S_OK;
+  }
   IMediaSample* sample = nullptr;
   HRESULT hr = m_Pin.GetDeliveryBuffer(&sample, nullptr, nullptr, 0);
   if (FAILED(hr)) return Fail(hr, "cannot get a buffer from the graph");
@@ -130,7 +170,12 @@ HRESULT CWavSource::PushBlock(bool* done) {
   sf_count_t want = std::min<sf_count_t>(m_framesPerBlock, sample->GetSize() / w->nBlockAlign);
   sf_count_t got = 0;
   SNDFILE* f = File(m_file);
-  switch (static_cast<WavForm>(m_readKind)) {
+  if (m_memory) {
+    got = std::min<sf_count_t>(want, m_fedLeft);
+    std::memcpy(p, m_fed, static_cast<size_t>(got) * w->nBlockAlign);
+    m_fed += static_cast<size_t>(got) * w->nBlockAlign;
+    m_fedLeft -= got;
+  } else switch (static_cast<WavForm>(m_readKind)) {
     case WavForm::Pcm8: {
       size_t n = static_cast<size_t>(want) * w->nChannels;
       if (m_shortScratch.size() < n) m_shortScratch.resize(n);  // once per block size
@@ -156,7 +201,7 @@ HRESULT CWavSource::PushBlock(bool* done) {
   }
   if (got <= 0) {
     sample->Release();
-    if (sf_error(f) != SF_ERR_NO_ERROR) return Fail(STG_E_READFAULT, std::string("read error: ") + sf_strerror(f));
+    if (f && sf_error(f) != SF_ERR_NO_ERROR) return Fail(STG_E_READFAULT, std::string("read error: ") + sf_strerror(f));
     *done = true;
     return S_OK;
   }

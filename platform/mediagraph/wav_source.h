@@ -25,6 +25,8 @@ class CWavSourcePin : public CBaseOutputPin {
 // float; 24-bit PCM comes as 32-bit PCM (the 24 bits in the top of each word), and encodings that
 // are not plain PCM or float come as 16-bit PCM (companded) or 32-bit float (anything else).
 // One or two channels give the plain WAVEFORMATEX, more give WAVE_FORMAT_EXTENSIBLE.
+// Instead of a file the source can read interleaved frames the host hands it (OpenMemory, Feed):
+// the same blocks, buffers, times and flags, so an array and a file of it run alike.
 class CWavSource : public CBaseFilter {
  public:
   explicit CWavSource(HRESULT* hr);
@@ -39,6 +41,11 @@ class CWavSource : public CBaseFilter {
   // Opens the file and fixes the media type; only while unconnected.
   HRESULT Open(const std::string& path);
   void Close();
+  // Memory instead of a file: samples of `form` (a WavForm), nothing to read until Feed.
+  HRESULT OpenMemory(int form, WORD channels, DWORD rate);
+  // The next frames to deliver, interleaved; kept by pointer until they are pushed (PushBlock
+  // reports done when they are used up). Positions and times run on across feeds.
+  HRESULT Feed(const void* frames, LONGLONG count);
   // Frames per delivered sample (default 1024); set before connecting, it sizes the buffers.
   HRESULT SetFramesPerBlock(LONG frames);
   LONG FramesPerBlock() const { return m_framesPerBlock; }
@@ -50,6 +57,7 @@ class CWavSource : public CBaseFilter {
   // Starts again from the first frame; the next block is a discontinuity.
   HRESULT Rewind();
 
+  bool IsOpen() const { return m_file || m_memory; }
   const CMediaType& MediaType() const { return m_Type; }
   const WAVEFORMATEX* WaveFormat() const { return reinterpret_cast<const WAVEFORMATEX*>(m_Type.Format()); }
   // libsndfile's format code of the file (major type and encoding).
@@ -66,6 +74,9 @@ class CWavSource : public CBaseFilter {
   CWavSourcePin m_Pin;
   CMediaType m_Type;
   void* m_file = nullptr;  // SNDFILE*
+  bool m_memory = false;   // frames come from Feed, not m_file
+  const BYTE* m_fed = nullptr;
+  LONGLONG m_fedLeft = 0;
   int m_fileFormat = 0;
   int m_readKind = 0;      // which libsndfile read call fills a block
   LONGLONG m_totalFrames = 0;
