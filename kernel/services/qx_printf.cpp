@@ -145,7 +145,7 @@ int LocaleItem(const WCHAR* f, int* length) {
 // Wide and precision are cut here so that a stray directive cannot ask for megabytes of padding.
 constexpr int kMaxField = 4096;
 
-struct Spec {
+struct Directive {
   std::string flags;  // "-+ #0" as written
   int width = -1;     // -1: none; -2: from the arguments
   int precision = -1;
@@ -156,36 +156,36 @@ struct Spec {
 
 // Reads flags, width, precision and size from f + 1. Answers the conversion character's place, or
 // nullptr when the directive is not one.
-const WCHAR* ParseSpec(const WCHAR* f, Spec& spec) {
+const WCHAR* ParseDirective(const WCHAR* f, Directive& dir) {
   const WCHAR* p = f + 1;
   auto number = [&p] {
     int n = 0;
     while (IsDigit(*p)) n = std::min(n * 10 + (*p++ - u'0'), kMaxField);
     return n;
   };
-  while (*p && std::u16string_view(u"-+ #0").find(*p) != std::u16string_view::npos) spec.flags += static_cast<char>(*p++);
-  if (*p == u'*') spec.width = -2, ++p;
-  else if (IsDigit(*p)) spec.width = number();
+  while (*p && std::u16string_view(u"-+ #0").find(*p) != std::u16string_view::npos) dir.flags += static_cast<char>(*p++);
+  if (*p == u'*') dir.width = -2, ++p;
+  else if (IsDigit(*p)) dir.width = number();
   if (*p == u'.') {
     ++p;
-    if (*p == u'*') spec.precision = -2, ++p;
-    else spec.precision = number();
+    if (*p == u'*') dir.precision = -2, ++p;
+    else dir.precision = number();
   }
-  if (p[0] == u'I' && p[1] == u'6' && p[2] == u'4') spec.wide64 = true, p += 3;
+  if (p[0] == u'I' && p[1] == u'6' && p[2] == u'4') dir.wide64 = true, p += 3;
   else if (p[0] == u'I' && p[1] == u'3' && p[2] == u'2') p += 3;
-  else if (p[0] == u'l' && p[1] == u'l') spec.wide64 = true, p += 2;
+  else if (p[0] == u'l' && p[1] == u'l') dir.wide64 = true, p += 2;
   else if (p[0] == u'h' && p[1] == u'h') p += 2;
   else if (*p == u'l' || *p == u'h' || *p == u'w' || *p == u'L') ++p;
   if (p - f > QX_DIRECTIVE_MAX || !*p) return nullptr;
   if (std::u16string_view(u"diuxXoeEfgGzcCsSp").find(*p) == std::u16string_view::npos) return nullptr;
-  spec.conversion = *p;
-  spec.grouped = *f == u'$';
+  dir.conversion = *p;
+  dir.grouped = *f == u'$';
   return p;
 }
 
-// The narrow printf directive for the spec, with `length` and `conversion` in place of its own.
-std::string CFormat(const Spec& spec, const char* length, char conversion, int width, int precision) {
-  std::string f = "%" + spec.flags;
+// The narrow printf directive for this one, with `length` and `conversion` in place of its own.
+std::string CFormat(const Directive& dir, const char* length, char conversion, int width, int precision) {
+  std::string f = "%" + dir.flags;
   if (width >= 0) f += std::to_string(width);
   if (precision >= 0) f += "." + std::to_string(precision);
   return f + length + conversion;
@@ -209,33 +209,33 @@ int DecimalsIn(const std::string& printed) {
   return static_cast<int>(end - point - 1);
 }
 
-void PutText(Sink& s, std::u16string_view text, const Spec& spec, int width, int precision) {
+void PutText(Sink& s, std::u16string_view text, const Directive& dir, int width, int precision) {
   if (precision >= 0 && text.size() > static_cast<size_t>(precision)) text = text.substr(0, precision);
   const size_t pad = width > 0 && text.size() < static_cast<size_t>(width) ? width - text.size() : 0;
-  const bool left = spec.flags.find('-') != std::string::npos;
+  const bool left = dir.flags.find('-') != std::string::npos;
   if (!left) s.Pad(pad);
   s.Put(text);
   if (left) s.Pad(pad);
 }
 
-void Convert(Sink& s, const Spec& spec, Args& args) {
-  int width = spec.width, precision = spec.precision;
-  std::string flags = spec.flags;
+void Convert(Sink& s, const Directive& dir, Args& args) {
+  int width = dir.width, precision = dir.precision;
+  std::string flags = dir.flags;
   if (width == -2) {
     width = va_arg(args.ap, int);
     if (width < 0) flags += '-', width = -width;
     width = std::min(width, kMaxField);
   }
   if (precision == -2) precision = std::min(va_arg(args.ap, int), kMaxField);  // negative: none
-  Spec sp = spec;
+  Directive sp = dir;
   sp.flags = flags;
-  const char conv = static_cast<char>(spec.conversion);
+  const char conv = static_cast<char>(dir.conversion);
   switch (conv) {
     case 'd':
     case 'i': {
-      const long long v = spec.wide64 ? va_arg(args.ap, long long) : va_arg(args.ap, int);
+      const long long v = dir.wide64 ? va_arg(args.ap, long long) : va_arg(args.ap, int);
       const std::string t = CPrint(CFormat(sp, "ll", conv, width, precision), v);
-      if (spec.grouped) PutGrouped(s, t, -1);
+      if (dir.grouped) PutGrouped(s, t, -1);
       else s.PutAscii(t);
       return;
     }
@@ -244,9 +244,9 @@ void Convert(Sink& s, const Spec& spec, Args& args) {
     case 'X':
     case 'o': {
       const unsigned long long v =
-          spec.wide64 ? va_arg(args.ap, unsigned long long) : va_arg(args.ap, unsigned int);
+          dir.wide64 ? va_arg(args.ap, unsigned long long) : va_arg(args.ap, unsigned int);
       const std::string t = CPrint(CFormat(sp, "ll", conv, width, precision), v);
-      if (spec.grouped && conv == 'u') PutGrouped(s, t, -1);
+      if (dir.grouped && conv == 'u') PutGrouped(s, t, -1);
       else s.PutAscii(t);
       return;
     }
@@ -257,7 +257,7 @@ void Convert(Sink& s, const Spec& spec, Args& args) {
     case 'G': {
       const std::string t = CPrint(CFormat(sp, "", conv, width, precision), va_arg(args.ap, double));
       const bool exponent = t.find_first_of("eE") != std::string::npos;
-      if (spec.grouped && (conv == 'f' || ((conv == 'g' || conv == 'G') && !exponent))) PutGrouped(s, t, DecimalsIn(t));
+      if (dir.grouped && (conv == 'f' || ((conv == 'g' || conv == 'G') && !exponent))) PutGrouped(s, t, DecimalsIn(t));
       else s.PutAscii(t);
       return;
     }
@@ -269,13 +269,13 @@ void Convert(Sink& s, const Spec& spec, Args& args) {
       const int v = va_arg(args.ap, int);
       if (precision <= 0) {
         const std::string t = CPrint(CFormat(sp, "", 'd', width, -1), v);
-        if (spec.grouped) PutGrouped(s, t, -1);
+        if (dir.grouped) PutGrouped(s, t, -1);
         else s.PutAscii(t);
         return;
       }
       const double scale = precision < 16 ? kPow10[precision] : std::pow(10.0, precision);
       const std::string t = CPrint(CFormat(sp, "", 'f', width, precision), v / scale);
-      if (spec.grouped) PutGrouped(s, t, precision);
+      if (dir.grouped) PutGrouped(s, t, precision);
       else s.PutAscii(t);
       return;
     }
@@ -339,8 +339,8 @@ void Format(Sink& s, const WCHAR* f, Args& args) {
         continue;
       }
     }
-    Spec spec;
-    const WCHAR* conversion = ParseSpec(f, spec);
+    Directive dir;
+    const WCHAR* conversion = ParseDirective(f, dir);
     if (!conversion) {  // not a directive: copied up to the character that ended it, no argument taken
       const WCHAR* stop = f + 1;
       while (stop < f + QX_DIRECTIVE_MAX && *stop &&
@@ -350,7 +350,7 @@ void Format(Sink& s, const WCHAR* f, Args& args) {
       f = stop;
       continue;
     }
-    Convert(s, spec, args);
+    Convert(s, dir, args);
     f = conversion + 1;
   }
 }

@@ -1,6 +1,7 @@
 // Dialogs, standard controls and menus, driven by injected input on the sample dialog: keyboard
 // navigation, each control's notifications, the drop list's popup, and popup menus.
 #include "kernel/controls/dialogs.h"
+#include "kernel/controls/window_text.h"
 #include "platform/ui/menu.h"
 #include "platform/ui/sample_dialog.h"
 #include "tests/ui/ui_rig.h"
@@ -64,6 +65,26 @@ TEST_F(Dialogs, KernelHelpersFindAModulesTemplateByNumber) {
   EXPECT_EQ(GetDlgCtrlID(GetFocus()), kSampleEdit);
   EXPECT_TRUE(IsChild(page, GetFocus()));
   DestroyWindow(page);
+}
+
+TEST_F(Dialogs, ItemTextsGoThroughValueText) {
+  WCHAR text[64];
+  auto item = [&] {
+    GetDlgItemTextW(dlg, kSampleEdit, text, 64);
+    return std::u16string(text);
+  };
+  ASSERT_TRUE(QxSetDlgItemTextF(dlg, kSampleEdit, u"$.2z ms", 123456));
+  EXPECT_EQ(item(), u"1,234.56 ms");
+  QxSetDlgItemTextNoF(dlg, kSampleEdit, u"50 %d");
+  EXPECT_EQ(item(), u"50 %d");
+  // An equal text is not set again: nothing is invalidated.
+  QxHeadless_Pump();
+  RECT dirty{};
+  QxSetDlgItemTextNoFlash(dlg, kSampleEdit, u"50 %%");
+  EXPECT_FALSE(GetUpdateRect(Item(kSampleEdit), &dirty, FALSE));
+  QxSetDlgItemTextNoFlash(dlg, kSampleEdit, u"%d", 7);
+  EXPECT_EQ(item(), u"7");
+  EXPECT_FALSE(QxSetDlgItemTextF(dlg, 9999, u"x"));
 }
 
 TEST_F(Dialogs, KeyboardNavigatesByTabOrderGroupsAndMnemonics) {

@@ -118,7 +118,7 @@ int Info(const std::string& path) {
               info.rate ? static_cast<double>(info.frames) / info.rate : 0.0,
               info.peak > 0 ? (std::to_string(20 * std::log10(info.peak)).substr(0, 6) + " dBFS").c_str()
                             : "silent",
-              info.nonFinite ? (", " + std::to_string(info.nonFinite) + " samples NaN or infinite").c_str() : "");
+              info.nonFinite ? (", " + std::to_string(info.nonFinite) + (info.nonFinite == 1 ? " sample" : " samples") + " NaN or infinite").c_str() : "");
   return 0;
 }
 
