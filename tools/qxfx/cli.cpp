@@ -32,7 +32,7 @@ bool ParseNumber(const std::string& s, double* v) {
 
 bool TakesValue(const std::string& name) {
   static const char* const kValued[] = {"--block-frames", "--jobs",      "--out-dir",    "--output-format",
-                                        "--preset",       "--set",       "--automate",   "--load-state",
+                                        "--preset",       "--set",       "--param",     "--automate",   "--load-state",
                                         "--save-state",   "--lang",      "--tempo",      "--meter",
                                         "--tempo-map",    "--percent",   "--tempo-from", "--tempo-to",
                                         "--semitones",    "--cents",     "-j"};
@@ -42,7 +42,7 @@ bool TakesValue(const std::string& name) {
 }
 
 bool IsEffectOption(const std::string& name) {
-  static const char* const kEffect[] = {"--preset", "--set",   "--automate",  "--load-state", "--save-state",
+  static const char* const kEffect[] = {"--preset", "--set",   "--param", "--automate",  "--load-state", "--save-state",
                                         "--lang",   "--tempo", "--meter",     "--tempo-map",  "--percent",
                                         "--tempo-from", "--tempo-to", "--semitones", "--cents",
                                         "--preserve-duration"};
@@ -55,13 +55,13 @@ bool IsEffectOption(const std::string& name) {
 bool ApplyEffectOption(const std::string& name, const std::string& v, QxfxEffectArgs* e, std::string* error) {
   if (name == "--preset") {
     e->preset = v;
-  } else if (name == "--set") {
+  } else if (name == "--set" || name == "--param") {
     size_t eq = v.find('=');
     if (eq == std::string::npos || eq == 0) {
-      *error = "--set takes FIELD=VALUE, not '" + v + "'";
+      *error = name + (name == "--set" ? " takes FIELD=VALUE" : " takes NAME=VALUE") + ", not '" + v + "'";
       return false;
     }
-    e->settings.push_back({v.substr(0, eq), v.substr(eq + 1)});
+    e->settings.push_back({v.substr(0, eq), v.substr(eq + 1), name == "--param"});
   } else if (name == "--automate") {
     e->automations.push_back(v);
   } else if (name == "--load-state") {

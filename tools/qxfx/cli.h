@@ -7,6 +7,7 @@
 struct QxfxSetting {
   std::string field;
   std::string value;
+  bool natural = false;  // --param (natural units) rather than --set (the stored value)
 };
 
 // time-stretch's friendly length options (see time_options.h).
@@ -34,7 +35,7 @@ struct QxfxPitchOptions {
 struct QxfxEffectArgs {
   std::string effect;                    // the effect's name as typed
   std::string preset;                    // --preset N|NAME, empty when absent
-  std::vector<QxfxSetting> settings;     // --set FIELD=VALUE, in order
+  std::vector<QxfxSetting> settings;     // --set FIELD=VALUE and --param NAME=VALUE, in order
   std::vector<std::string> automations;  // --automate "PARAM=CURVE:T:V,T:V..."
   std::string loadState;                 // --load-state FILE
   std::string saveState;                 // --save-state FILE

@@ -42,17 +42,23 @@ void Usage(FILE* to) {
                "  qxfx register             register the module's classes and filters\n"
                "  qxfx unregister           remove them from the registry again\n"
                "  qxfx presets EFFECT       the effect's presets [--json] [--lang LCID]\n"
-               "  qxfx params EFFECT        the effect's automation parameters [--json] [--lang LCID]\n"
+               "  qxfx params EFFECT        the effect's parameters in natural units, with every\n"
+               "                            enumeration's names, and its automation parameters\n"
+               "                            [--json] [--lang LCID]\n"
                "  qxfx lang [LCID]          the language names are shown in; with LCID, store it\n"
                "                            (e.g. 1031 German, 0 back to the environment's)\n"
-               "  qxfx help [EFFECT]        this text, or an effect's fields, defaults and presets\n"
+               "  qxfx help [EFFECT]        this text, or an effect's parameters, values and presets\n"
                "  qxfx info FILE            length, form and peak level of an audio file\n"
                "\n"
                "effect options (they set the effect they follow, applied in this order):\n"
                "  --lang LCID               language of names and texts, e.g. 1031 or 0x407\n"
                "  --load-state FILE         the effect's saved state (as --save-state wrote it)\n"
-               "  --preset N|NAME           a preset by index or name (qxfx presets EFFECT)\n"
-               "  --set FIELD=VALUE         one field of the parameter record, stored value\n"
+               "  --preset N|NAME           a preset by index, name or the name's unique beginning\n"
+               "  --param NAME=VALUE        one parameter in natural units (qxfx params EFFECT):\n"
+               "                            DelayOut=-10dB, DelayTime=400ms, DecayTime=2s,\n"
+               "                            DelayNote=\"dotted 8th\", ReverbMode=\"plate 1\", Ratio=+7st\n"
+               "  --set FIELD=VALUE         one field of the parameter record, its stored value exactly\n"
+               "                            (decimals for 64-bit float fields: Ratio=1.5)\n"
                "  --automate \"PARAM=CURVE:T:V,T:V...\"\n"
                "                            an envelope for an automation parameter (label or index),\n"
                "                            CURVE jump|linear|square|invsquare|sine, T in s or ms,\n"
@@ -81,9 +87,9 @@ void Usage(FILE* to) {
                "  --json                    list, presets and params as JSON\n"
                "  -h, --help                this text\n"
                "\n"
-               "FIELD is a field of the effect's parameter record, VALUE its stored value\n"
-               "(see qxfx help EFFECT). The output is written whole or not at all, also when the run\n"
-               "is interrupted; IN is never touched.\n");
+               "NAME and FIELD are case-insensitive (see qxfx params EFFECT). An option the effect\n"
+               "would ignore is an error. The output is written whole or not at all, also when the\n"
+               "run is interrupted; IN is never touched.\n");
 }
 
 std::vector<std::string> EffectNames() {
@@ -144,10 +150,19 @@ int Listing(const QxfxCommandLine& cl) {
   std::string error;
   if (!MakeFilter(*effect, &filter, &error)) return Fail(error);
   if (cl.lang >= 0 && !QxfxConfigure(filter.Get(), *effect, cl, &error)) return Fail(error);
-  if (cl.command == "presets")
+  if (cl.command == "presets") {
     QxfxPrintPresets(filter.Get(), cl.json);
-  else
-    QxfxPrintParams(filter.Get(), *effect, cl.json);
+  } else if (cl.json) {
+    std::printf("{\"parameters\": ");
+    QxfxPrintView(filter.Get(), *effect, true);
+    std::printf(", \"automation\": ");
+    QxfxPrintParams(filter.Get(), *effect, true);
+    std::printf("}\n");
+  } else {
+    QxfxPrintView(filter.Get(), *effect, false);
+    std::printf("\n");
+    QxfxPrintParams(filter.Get(), *effect, false);
+  }
   return 0;
 }
 
@@ -163,18 +178,29 @@ int HelpEffect(const std::string& name) {
     std::printf("  %s\n", error.c_str());
     return 0;
   }
-  std::printf("fields (--set FIELD=VALUE):   range            default  unit\n");
-  for (const QxfxField& f : e->fields) {
-    int32_t v = 0;
-    std::string def = SUCCEEDED(f.get(filter.Get(), &v)) ? std::to_string(v) : "?";
-    std::printf("  %-26s %7d .. %-7d %7s  %s\n", f.name.c_str(), f.min, f.max, def.c_str(), f.unit.c_str());
-  }
+  QxfxPrintView(filter.Get(), *e, false);
   std::vector<std::string> presets = QxfxPresetNames(filter.Get());
-  std::printf("presets (--preset N|NAME):\n");
+  std::printf("presets (--preset N|NAME, a name or its unique beginning):\n");
   if (presets.empty()) std::printf("  none\n");
   for (size_t i = 0; i < presets.size(); ++i) std::printf("  %3zu  %s\n", i, presets[i].c_str());
   std::printf("automation parameters: qxfx params %s\n", e->name.c_str());
   return 0;
+}
+
+// A tempo-synced setting with no tempo given runs on the engines' fallback of 2 s a beat: say so.
+void WarnTempoFallback(IUnknown* filter, const QxfxEffect& effect, const std::string& where) {
+  const char* const kSync[] = {"TempoSyncDelay", "TempoSyncDecay", "tempoSync"};
+  std::string synced;
+  for (const char* name : kSync) {
+    const QxParamView* p = QxFindParam(*effect.view, name);
+    double on = 0;
+    if (p && SUCCEEDED(QxParamGetLive(*p, filter, &on)) && on != 0) synced += (synced.empty() ? "" : " and ") + std::string(name);
+  }
+  if (!synced.empty())
+    std::fprintf(stderr,
+                 "qxfx: %s%s is on but no --tempo or --tempo-map is given: a beat falls back to 2 s "
+                 "(30 bpm) and a measure to 8 s\n",
+                 where.c_str(), synced.c_str());
 }
 
 // The filters of a chain, each made and set up from its own options. `inPath` gives the rate for
@@ -202,9 +228,11 @@ bool BuildChain(const QxfxCommandLine& cl, const std::string& inPath, std::vecto
     tempo.mapFile = args.tempoMap;
     bool tempoConnected = false;
     if (!QxfxConnectTempo(filter.Get(), tempo, inPath, &tempoConnected, &why)) return fail();
-    if (tempo.Any() && !tempoConnected && !cl.quiet)
-      std::fprintf(stderr, "qxfx: %s does not follow tempo; --tempo, --meter and --tempo-map are ignored\n",
-                   effect->name.c_str());
+    if (tempo.Any() && !tempoConnected) {
+      why = effect->name + " does not follow tempo, so --tempo, --meter and --tempo-map would change nothing";
+      return fail();
+    }
+    if (!tempo.Any() && !cl.quiet) WarnTempoFallback(filter.Get(), *effect, effect->name + ": ");
     // The state saved is what the options set up, before any envelope moves a value.
     if (!args.saveState.empty() && !QxfxSaveState(filter.Get(), args.saveState, &why)) return fail();
     chain->push_back(std::move(filter));
