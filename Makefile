@@ -7,7 +7,7 @@ DEB_PACKAGES := cmake g++ make pkg-config libsndfile1-dev libgtest-dev libgmock-
 BENCH_PACKAGES := soundstretch
 CMAKE_FLAGS ?=
 
-.PHONY: all deps build demo test test-san bench clean
+.PHONY: all deps build qxfx install demo test test-san bench clean
 
 all: build
 
@@ -24,6 +24,15 @@ deps:
 build: deps
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS) >/dev/null
 	cmake --build $(BUILD) -j $(JOBS)
+
+# The command-line tool and the module it loads, alone: no tests, no benchmarks.
+qxfx: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS) >/dev/null
+	cmake --build $(BUILD) -j $(JOBS) --target qxfx qxfx_man
+
+PREFIX ?= /usr/local
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
 
 demo: build
 	./tools/qxfx/demo.sh $(BUILD)

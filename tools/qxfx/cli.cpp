@@ -162,6 +162,10 @@ bool QxfxParse(int argc, char** argv, QxfxCommandLine* out, std::string* error) 
       out->quiet = true;
     } else if (name == "-v" || name == "--verbose") {
       out->verbose = true;
+    } else if (name == "--version") {
+      out->version = true;
+    } else if (name == "--help-man") {
+      out->man = true;
     } else if (name == "--no-progress") {
       out->progress = false;
     } else if (name == "--block-frames") {

@@ -64,6 +64,8 @@ struct QxfxCommandLine : QxfxEffectArgs {
   bool verbose = false;
   bool json = false;
   bool help = false;
+  bool version = false;                // --version
+  bool man = false;                    // --help-man: the help text as a manual page
   bool progress = true;                // --no-progress turns the bar off
 };
 

@@ -29,67 +29,121 @@ std::string Narrow(const std::u16string& s) {
   return r;
 }
 
-void Usage(FILE* to) {
-  std::fprintf(to,
-               "usage: qxfx COMMAND ...\n"
-               "\n"
-               "  qxfx process IN OUT EFFECT [effect options] [+ EFFECT [effect options]]...\n"
-               "        run IN through the effects in order and write OUT; IN or OUT may be - for\n"
-               "        standard input or output\n"
-               "  qxfx process --out-dir DIR [-j N] IN... EFFECT [effect options] [+ EFFECT ...]\n"
-               "        the same for many files, each written to DIR under its own name\n"
-               "  qxfx list                 the module's classes, their state and registration [--json]\n"
-               "  qxfx register             register the module's classes and filters\n"
-               "  qxfx unregister           remove them from the registry again\n"
-               "  qxfx presets EFFECT       the effect's presets [--json] [--lang LCID]\n"
-               "  qxfx params EFFECT        the effect's parameters in natural units, with every\n"
-               "                            enumeration's names, and its automation parameters\n"
-               "                            [--json] [--lang LCID]\n"
-               "  qxfx lang [LCID]          the language names are shown in; with LCID, store it\n"
-               "                            (e.g. 1031 German, 0 back to the environment's)\n"
-               "  qxfx help [EFFECT]        this text, or an effect's parameters, values and presets\n"
-               "  qxfx info FILE            length, form and peak level of an audio file\n"
-               "\n"
-               "effect options (they set the effect they follow, applied in this order):\n"
-               "  --lang LCID               language of names and texts, e.g. 1031 or 0x407\n"
-               "  --load-state FILE         the effect's saved state (as --save-state wrote it)\n"
-               "  --preset N|NAME           a preset by index, name or the name's unique beginning\n"
-               "  --param NAME=VALUE        one parameter in natural units (qxfx params EFFECT):\n"
-               "                            DelayOut=-10dB, DelayTime=400ms, DecayTime=2s,\n"
-               "                            DelayNote=\"dotted 8th\", ReverbMode=\"plate 1\", Ratio=+7st\n"
-               "  --set FIELD=VALUE         one field of the parameter record, its stored value exactly\n"
-               "                            (decimals for 64-bit float fields: Ratio=1.5)\n"
-               "  --automate \"PARAM=CURVE:T:V,T:V...\"\n"
-               "                            an envelope for an automation parameter (label or index),\n"
-               "                            CURVE jump|linear|square|invsquare|sine, T in s or ms,\n"
-               "                            V in the parameter's units, e.g. \"Dry Out=linear:0s:-60,2.5s:0\"\n"
-               "  --save-state FILE         write the effect's state once the options are applied\n"
-               "  --tempo BPM               host tempo for effects that follow tempo (e.g. simple-delay)\n"
-               "  --meter N/D               host meter, e.g. 3/4 (default 4/4)\n"
-               "  --tempo-map FILE          tempo and meter changes: lines 'tempo AT BPM' and\n"
-               "                            'meter AT N/D', AT in s, ms or beats (8b); see the README\n"
-               "  --percent P               time-stretch: output P %% of the input's length (50 to 500)\n"
-               "  --tempo-from A --tempo-to B\n"
-               "                            time-stretch: from tempo A to tempo B in bpm\n"
-               "  --semitones S --cents C   pitch-shift: shift by S semitones and C cents (-100 to 100)\n"
-               "  --preserve-duration       pitch-shift: keep the length (S then -12 to 12)\n"
-               "\n"
-               "options (anywhere on the line):\n"
-               "  --output-format FORM      container and/or encoding of the output, e.g. flac,\n"
-               "                            wav:float, aiff:pcm24 (default: OUT's extension, the input's\n"
-               "                            encoding)\n"
-               "  --out-dir DIR             write each input to DIR (several inputs)\n"
-               "  -j, --jobs N              with --out-dir: N files at once (default 1)\n"
-               "  --block-frames N          frames per media sample fed to the effects (default 4096)\n"
-               "  -q, --quiet               print nothing but errors\n"
-               "  -v, --verbose             show the graph and the formats agreed between its filters\n"
-               "  --no-progress             no progress bar (it shows only on a terminal, after 1 s)\n"
-               "  --json                    list, presets and params as JSON\n"
-               "  -h, --help                this text\n"
-               "\n"
-               "NAME and FIELD are case-insensitive (see qxfx params EFFECT). An option the effect\n"
-               "would ignore is an error. The output is written whole or not at all, also when the\n"
-               "run is interrupted; IN is never touched.\n");
+// The help text: what --help prints and what the manual page is made of.
+const char kUsage[] =
+    "usage: qxfx COMMAND ...\n"
+    "\n"
+    "  qxfx process IN OUT EFFECT [effect options] [+ EFFECT [effect options]]...\n"
+    "        run IN through the effects in order and write OUT; IN or OUT may be - for\n"
+    "        standard input or output\n"
+    "  qxfx process --out-dir DIR [-j N] IN... EFFECT [effect options] [+ EFFECT ...]\n"
+    "        the same for many files, each written to DIR under its own name\n"
+    "  qxfx list                 the module's classes, their state and registration [--json]\n"
+    "  qxfx register             register the module's classes and filters\n"
+    "  qxfx unregister           remove them from the registry again\n"
+    "  qxfx presets EFFECT       the effect's presets [--json] [--lang LCID]\n"
+    "  qxfx params EFFECT        the effect's parameters in natural units, with every\n"
+    "                            enumeration's names, and its automation parameters\n"
+    "                            [--json] [--lang LCID]\n"
+    "  qxfx lang [LCID]          the language names are shown in; with LCID, store it\n"
+    "                            (e.g. 1031 German, 0 back to the environment's)\n"
+    "  qxfx help [EFFECT]        this text, or an effect's parameters, values and presets\n"
+    "  qxfx info FILE            length, form and peak level of an audio file\n"
+    "\n"
+    "effect options (they set the effect they follow, applied in this order):\n"
+    "  --lang LCID               language of names and texts, e.g. 1031 or 0x407\n"
+    "  --load-state FILE         the effect's saved state (as --save-state wrote it)\n"
+    "  --preset N|NAME           a preset by index, name or the name's unique beginning\n"
+    "  --param NAME=VALUE        one parameter in natural units (qxfx params EFFECT):\n"
+    "                            DelayOut=-10dB, DelayTime=400ms, DecayTime=2s,\n"
+    "                            DelayNote=\"dotted 8th\", ReverbMode=\"plate 1\", Ratio=+7st\n"
+    "  --set FIELD=VALUE         one field of the parameter record, its stored value exactly\n"
+    "                            (decimals for 64-bit float fields: Ratio=1.5)\n"
+    "  --automate \"PARAM=CURVE:T:V,T:V...\"\n"
+    "                            an envelope for an automation parameter (label or index),\n"
+    "                            CURVE jump|linear|square|invsquare|sine, T in s or ms,\n"
+    "                            V in the parameter's units, e.g. \"Dry Out=linear:0s:-60,2.5s:0\"\n"
+    "  --save-state FILE         write the effect's state once the options are applied\n"
+    "  --tempo BPM               host tempo for effects that follow tempo (e.g. simple-delay)\n"
+    "  --meter N/D               host meter, e.g. 3/4 (default 4/4)\n"
+    "  --tempo-map FILE          tempo and meter changes: lines 'tempo AT BPM' and\n"
+    "                            'meter AT N/D', AT in s, ms or beats (8b); see the README\n"
+    "  --percent P               time-stretch: output P % of the input's length (50 to 500)\n"
+    "  --tempo-from A --tempo-to B\n"
+    "                            time-stretch: from tempo A to tempo B in bpm\n"
+    "  --semitones S --cents C   pitch-shift: shift by S semitones and C cents (-100 to 100)\n"
+    "  --preserve-duration       pitch-shift: keep the length (S then -12 to 12)\n"
+    "\n"
+    "options (anywhere on the line):\n"
+    "  --output-format FORM      container and/or encoding of the output, e.g. flac,\n"
+    "                            wav:float, aiff:pcm24 (default: OUT's extension, the input's\n"
+    "                            encoding)\n"
+    "  --out-dir DIR             write each input to DIR (several inputs)\n"
+    "  -j, --jobs N              with --out-dir: N files at once (default 1)\n"
+    "  --block-frames N          frames per media sample fed to the effects (default 4096)\n"
+    "  -q, --quiet               print nothing but errors\n"
+    "  -v, --verbose             show the graph and the formats agreed between its filters\n"
+    "  --no-progress             no progress bar (it shows only on a terminal, after 1 s)\n"
+    "  --json                    list, presets and params as JSON\n"
+    "  --version                 qxfx's version and the module it loads\n"
+    "  -h, --help                this text\n"
+    "\n"
+    "NAME and FIELD are case-insensitive (see qxfx params EFFECT). An option the effect\n"
+    "would ignore is an error. The output is written whole or not at all, also when the\n"
+    "run is interrupted; IN is never touched.\n";
+
+void Usage(FILE* to) { std::fputs(kUsage, to); }
+
+// qxfx(1): the help text as a manual page, set as it stands.
+void ManPage() {
+  std::printf(".TH QXFX 1 \"\" \"qxfx %s\" \"User Commands\"\n.SH NAME\nqxfx \\- run the pack's audio effects over "
+              "files and pipes\n.SH SYNOPSIS\n.B qxfx\n.I COMMAND\n.RI [ ARGS... ]\n.SH DESCRIPTION\n.nf\n",
+              QXFX_VERSION);
+  for (const char* p = kUsage; *p;) {
+    const char* end = std::strchr(p, '\n');
+    std::string line(p, end ? end : p + std::strlen(p));
+    std::string out;
+    for (char c : line) out += c == '\\' ? std::string("\\e") : std::string(1, c);
+    if (!out.empty() && (out[0] == '.' || out[0] == '\'')) out = "\\&" + out;
+    std::printf("%s\n", out.c_str());
+    p = end ? end + 1 : p + std::strlen(p);
+  }
+  std::printf(".fi\n.SH ENVIRONMENT\n.TP\n.B QXPPACK1_MODULE\nthe module file to load instead of libqxppack1.so "
+              "beside qxfx or in the library folder of its installation\n.SH SEE ALSO\n.BR sox (1)\n");
+}
+
+int Version() {
+  std::printf("qxfx %s\n", QXFX_VERSION);
+  std::string error;
+  const QxfxModule* module = QxfxModule::Get(&error);
+  if (module) std::printf("module %s\n", module->Path().c_str());
+  else std::printf("module not found: %s\n", error.c_str());
+  return module ? 0 : 1;
+}
+
+bool MakeFilter(const QxfxEffect& effect, ComPtr<IBaseFilter>* filter, std::string* error);
+
+// qxfx complete effects | params EFFECT | presets EFFECT: words for the shell's completion.
+int Complete(const std::vector<std::string>& words) {
+  const std::string what = words.empty() ? "" : words[0];
+  if (what == "effects") {
+    for (const QxfxEffect& e : QxfxEffects()) std::printf("%s\n", e.name.c_str());
+    return 0;
+  }
+  const QxfxEffect* e = words.size() == 2 ? QxfxFindEffect(words[1]) : nullptr;
+  if (!e) return 1;
+  if (what == "params") {
+    for (const QxParamView& p : e->view->Params) std::printf("%s\n", p.Name);
+    return 0;
+  }
+  if (what == "presets") {
+    ComPtr<IBaseFilter> filter;
+    std::string error;
+    if (!MakeFilter(*e, &filter, &error)) return 1;
+    for (const std::string& name : QxfxPresetNames(filter.Get())) std::printf("%s\n", name.c_str());
+    return 0;
+  }
+  return 1;
 }
 
 std::vector<std::string> EffectNames() {
@@ -396,6 +450,12 @@ int main(int argc, char** argv) {
   std::string error;
   QxfxInstallCleanup();
   if (!QxfxParse(argc, argv, &cl, &error)) return Fail(error);
+  if (cl.version) return Version();
+  if (cl.man) {
+    ManPage();
+    return 0;
+  }
+  if (cl.command == "complete") return Complete(cl.words);
   if (cl.help || cl.command.empty()) {
     if (cl.help && !cl.command.empty() && cl.command != "help" && cl.command != "process") {
       // "qxfx simple-delay --help" reads as help for that effect.

@@ -10,8 +10,9 @@
 inline constexpr const char* QXFX_MODULE_ENV = "QXPPACK1_MODULE";
 
 // The places the module is looked for, in order: $QXPPACK1_MODULE alone when set; otherwise
-// libqxppack1.so beside the qxfx binary, then the module's place in the build tree qxfx was
-// built in, relative to the binary.
+// libqxppack1.so beside the qxfx binary, in the library folder of its installation (relative to
+// the binary), the module's place in the build tree qxfx was built in, relative to the binary,
+// and the installation's library folder as configured.
 std::vector<std::string> QxfxModuleCandidates();
 
 // The loaded module. It stays loaded until the process exits, when its unload order runs.
