@@ -80,6 +80,8 @@ HRESULT CWavSink::OpenFile() {
   if (!sf_format_check(&info)) return Fail(E_INVALIDARG, "libsndfile cannot write that format to \"" + m_path + "\"");
   SNDFILE* f = sf_open(m_path.c_str(), SFM_WRITE, &info);
   if (!f) return Fail(STG_E_WRITEFAULT, "cannot create \"" + m_path + "\": " + sf_strerror(nullptr));
+  if (m_autoDowngrade && major == SF_FORMAT_RF64) sf_command(f, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
+  for (const auto& [kind, text] : m_strings) sf_set_string(f, kind, text.c_str());
   m_file = f;
   m_form = static_cast<int>(form);
   m_channels = channels;

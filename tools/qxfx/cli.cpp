@@ -35,7 +35,7 @@ bool TakesValue(const std::string& name) {
                                         "--preset",       "--set",       "--param",     "--automate",   "--load-state",
                                         "--save-state",   "--lang",      "--tempo",      "--meter",
                                         "--tempo-map",    "--percent",   "--tempo-from", "--tempo-to",
-                                        "--semitones",    "--cents",     "-j"};
+                                        "--semitones",    "--cents",     "--gain",       "-j"};
   for (const char* v : kValued)
     if (name == v) return true;
   return false;
@@ -148,7 +148,7 @@ bool QxfxParse(int argc, char** argv, QxfxCommandLine* out, std::string* error) 
         return false;
       }
       value = argv[++i];
-    } else if (!TakesValue(name) && inlineValue && name != a) {
+    } else if (!TakesValue(name) && inlineValue && name != a && name != "--norm") {
       *error = name + " takes no value";
       return false;
     }
@@ -162,6 +162,19 @@ bool QxfxParse(int argc, char** argv, QxfxCommandLine* out, std::string* error) 
       out->quiet = true;
     } else if (name == "-v" || name == "--verbose") {
       out->verbose = true;
+    } else if (name == "--gain") {
+      if (!ParseNumber(value, &out->gainDb) || out->gainDb < -120 || out->gainDb > 60) {
+        *error = "--gain takes decibels from -120 to 60, e.g. --gain -6, not '" + value + "'";
+        return false;
+      }
+    } else if (name == "--norm") {
+      out->norm = true;
+      if (inlineValue && (!ParseNumber(value, &out->normDb) || out->normDb > 0 || out->normDb < -120)) {
+        *error = "--norm takes a peak level in dBFS from -120 to 0, e.g. --norm=-1, not '" + value + "'";
+        return false;
+      }
+    } else if (name == "--no-dither") {
+      out->dither = false;
     } else if (name == "--version") {
       out->version = true;
     } else if (name == "--help-man") {

@@ -67,6 +67,10 @@ struct QxfxCommandLine : QxfxEffectArgs {
   bool version = false;                // --version
   bool man = false;                    // --help-man: the help text as a manual page
   bool progress = true;                // --no-progress turns the bar off
+  double gainDb = 0.0;                 // --gain dB, before the chain
+  bool norm = false;                   // --norm[=dBFS], after the chain (default 0 dBFS)
+  double normDb = 0.0;
+  bool dither = true;                  // --no-dither turns TPDF dither off
 };
 
 // Parses argv; on a mistake returns false with a one-line message in *error.

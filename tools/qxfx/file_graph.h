@@ -3,10 +3,14 @@
 #pragma once
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/mediagraph/interfaces.h"
 #include "tools/qxfx/output_format.h"
+
+// A file's text fields: libsndfile's SF_STR_ code and the text.
+using QxfxTags = std::vector<std::pair<int, std::string>>;
 
 struct QxfxRunOptions {
   uint32_t blockFrames = 4096;
@@ -15,6 +19,10 @@ struct QxfxRunOptions {
   bool verbose = false;             // print the graph and the formats agreed on each link
   std::vector<std::string> names;   // the filters' names, for the verbose graph
   std::string inName;               // the input as the user named it, when not its path
+  double gainDb = 0.0;              // --gain: level change before the chain
+  bool norm = false;                // --norm: scale the result so that its peak is normDb
+  double normDb = 0.0;
+  bool dither = true;               // TPDF dither when the output has fewer bits than the input
 };
 
 struct QxfxRunResult {
@@ -23,6 +31,9 @@ struct QxfxRunResult {
   int format = 0;         // libsndfile format written
   double seconds = 0.0;   // wall time of the run
   int rate = 0;
+  int64_t clipped = 0;    // samples beyond full scale in a whole-number output
+  double peak = -1.0;     // the signal's peak before it was written, full scale 1.0; -1 when not seen
+  bool dithered = false;
 };
 
 struct QxfxFileInfo {
@@ -31,7 +42,10 @@ struct QxfxFileInfo {
   int rate = 0;
   int64_t frames = 0;
   double peak = 0.0;  // largest absolute sample, full scale 1.0
+  QxfxTags tags;      // title, artist, comment ...
 };
+// The name of a text field's code: "title", "artist", "comment" ...
+const char* QxfxTagName(int kind);
 
 // Standard input as a path libsndfile can open: /dev/stdin when it is a regular file (it can seek),
 // else a temporary file it is spooled into, whose name goes to *spool for the caller to remove.

@@ -76,11 +76,15 @@ const char kUsage[] =
     "\n"
     "options (anywhere on the line):\n"
     "  --output-format FORM      container and/or encoding of the output, e.g. flac,\n"
-    "                            wav:float, aiff:pcm24 (default: OUT's extension, the input's\n"
-    "                            encoding)\n"
+    "                            wav:float, aiff:pcm24, mp3 (default: OUT's extension, which\n"
+    "                            must be one qxfx knows, and the input's encoding or the\n"
+    "                            nearest one the container holds)\n"
     "  --out-dir DIR             write each input to DIR (several inputs)\n"
     "  -j, --jobs N              with --out-dir: N files at once (default 1)\n"
     "  --block-frames N          frames per media sample fed to the effects (default 4096)\n"
+    "  --gain DB                 change the level by DB decibels before the chain\n"
+    "  --norm[=DBFS]             scale the result so that its peak is DBFS (default 0)\n"
+    "  --no-dither               no TPDF dither when the output has fewer bits than the input\n"
     "  -q, --quiet               print nothing but errors\n"
     "  -v, --verbose             show the graph and the formats agreed between its filters\n"
     "  --no-progress             no progress bar (it shows only on a terminal, after 1 s)\n"
@@ -176,6 +180,7 @@ int Info(const std::string& path) {
               info.rate ? static_cast<double>(info.frames) / info.rate : 0.0,
               info.peak > 0 ? (std::to_string(20 * std::log10(info.peak)).substr(0, 6) + " dBFS").c_str()
                             : "silent");
+  for (const auto& [kind, text] : info.tags) std::printf("  %s: %s\n", QxfxTagName(kind), text.c_str());
   return 0;
 }
 
@@ -316,6 +321,10 @@ bool ProcessOne(const QxfxCommandLine& cl, const QxfxOutputForm& form, bool prog
     opt.form = form;
     opt.progress = progress && !cl.quiet;
     opt.verbose = cl.verbose;
+    opt.gainDb = cl.gainDb;
+    opt.norm = cl.norm;
+    opt.normDb = cl.normDb;
+    opt.dither = cl.dither;
     if (in == "-") opt.inName = "standard input";
     ok = QxfxRunFile(inPath, out, filters, opt, &result, error);
     if (ok && in == "-") error->clear();
@@ -324,6 +333,16 @@ bool ProcessOne(const QxfxCommandLine& cl, const QxfxOutputForm& form, bool prog
   if (!ok && in == "-") {
     // Name standard input as the user typed it.
     for (size_t at; (at = error->find(inPath)) != std::string::npos;) error->replace(at, inPath.size(), "standard input");
+  }
+  if (ok && !cl.quiet && result.clipped > 0) {
+    std::string chain;
+    for (const QxfxEffectArgs& a : cl.chain) chain += (chain.empty() ? "" : " + ") + a.effect;
+    std::string count = std::to_string(result.clipped);
+    for (int at = static_cast<int>(count.size()) - 3; at > 0; at -= 3) count.insert(static_cast<size_t>(at), ",");
+    char peak[48] = "";
+    if (result.peak > 1.0) std::snprintf(peak, sizeof peak, " (peak %+.1f dBFS)", 20 * std::log10(result.peak));
+    std::fprintf(stderr, "qxfx: %s: %s samples %s%s; lower the input or use --gain\n", chain.c_str(), count.c_str(),
+                 result.peak > 1.0 ? "clipped" : "at full scale, clipped", peak);
   }
   if (ok && !cl.quiet) {
     double audio = result.rate ? static_cast<double>(result.framesIn) / result.rate : 0.0;
