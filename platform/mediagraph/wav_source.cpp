@@ -112,6 +112,8 @@ HRESULT CWavSource::SetFramesPerBlock(LONG frames) {
 
 HRESULT CWavSource::Rewind() {
   if (!m_file) return Fail(E_UNEXPECTED, "no file is open");
+  // A stream that has not moved needs no seek, so a pipe can be played once.
+  if (m_position == 0 && sf_seek(File(m_file), 0, SEEK_CUR) <= 0) return S_OK;
   if (sf_seek(File(m_file), 0, SEEK_SET) < 0) return Fail(STG_E_READFAULT, "cannot seek to the start");
   m_position = 0;
   return S_OK;

@@ -4,6 +4,8 @@
 
 #include <fcntl.h>
 #include <sndfile.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +15,8 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <thread>
 
 #include "platform/com/wave_format.h"
 #include "platform/mediagraph/graph_runner.h"
@@ -71,10 +75,87 @@ bool CopyFd(int from, int to) {
 
 }  // namespace
 
+namespace {
+// Standard input read as a stream: the path the source opens (a pipe fed by a thread), and the
+// start of the stream, kept to learn its format without reading the pipe twice.
+struct StreamedStdin {
+  std::string path;
+  std::vector<char> head;
+};
+StreamedStdin g_stdin;
+
+// Copies the start and then the rest of standard input into a pipe; a reader that goes away
+// ends it (the pipe's EPIPE, with SIGPIPE held off this thread).
+void PumpStdin(int to, std::vector<char> head) {
+  sigset_t pipe;
+  sigemptyset(&pipe);
+  sigaddset(&pipe, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
+  if (WriteAll(to, head.data(), head.size())) CopyFd(0, to);
+  close(to);
+}
+
+// A memory block seen by libsndfile as a file: the start of a stream, to read its header.
+struct MemoryFile {
+  const std::vector<char>* bytes;
+  sf_count_t at = 0;
+};
+sf_count_t MemLength(void* u) { return static_cast<sf_count_t>(static_cast<MemoryFile*>(u)->bytes->size()); }
+sf_count_t MemSeek(sf_count_t offset, int whence, void* u) {
+  auto* m = static_cast<MemoryFile*>(u);
+  const sf_count_t size = MemLength(u);
+  m->at = std::clamp<sf_count_t>(whence == SEEK_SET ? offset : whence == SEEK_CUR ? m->at + offset : size + offset, 0, size);
+  return m->at;
+}
+sf_count_t MemRead(void* out, sf_count_t count, void* u) {
+  auto* m = static_cast<MemoryFile*>(u);
+  const sf_count_t n = std::min(count, MemLength(u) - m->at);
+  std::memcpy(out, m->bytes->data() + m->at, static_cast<size_t>(n));
+  m->at += n;
+  return n;
+}
+sf_count_t MemWrite(const void*, sf_count_t, void*) { return 0; }
+sf_count_t MemTell(void* u) { return static_cast<MemoryFile*>(u)->at; }
+
+// Opens `path` to learn its format; a streamed standard input is read from its kept start.
+SNDFILE* Probe(const std::string& path, SF_INFO* info, MemoryFile* memory) {
+  if (path != g_stdin.path || g_stdin.path.empty()) return sf_open(path.c_str(), SFM_READ, info);
+  static SF_VIRTUAL_IO io = {MemLength, MemSeek, MemRead, MemWrite, MemTell};
+  *memory = {&g_stdin.head, 0};
+  return sf_open_virtual(&io, SFM_READ, info, memory);
+}
+}  // namespace
+
 bool QxfxStdinPath(std::string* path, std::string* spool, std::string* error) {
   struct stat st;
   if (fstat(0, &st) == 0 && S_ISREG(st.st_mode)) {
     *path = "/dev/stdin";
+    return true;
+  }
+  // WAV, RF64 and AU are read as they arrive; other forms need to seek and are spooled. The start
+  // is read until the header is whole (up to the audio of a WAV, 64 KiB at most) to learn the form.
+  std::vector<char> head(1 << 16);
+  size_t got = 0;
+  auto kind = [&](const char* magic) { return got >= 4 && std::memcmp(head.data(), magic, 4) == 0; };
+  auto whole = [&] {
+    if (got < 4) return false;
+    if (kind(".snd")) return got >= 28;
+    if (!kind("RIFF") && !kind("RF64")) return true;  // not a stream: spooled as it is
+    return std::search(head.begin(), head.begin() + static_cast<long>(got), "data", "data" + 4) + 8 <=
+           head.begin() + static_cast<long>(got);
+  };
+  for (ssize_t n; got < head.size() && !whole(); got += static_cast<size_t>(n)) {
+    n = read(0, head.data() + got, head.size() - got);
+    if (n < 0 && errno == EINTR) n = 0;
+    else if (n <= 0) break;
+  }
+  head.resize(got);
+  const bool streams = kind("RIFF") || kind("RF64") || kind(".snd");
+  int fds[2];
+  if (streams && pipe(fds) == 0) {
+    g_stdin = {"/dev/fd/" + std::to_string(fds[0]), head};
+    std::thread(PumpStdin, fds[1], std::move(head)).detach();
+    *path = g_stdin.path;
     return true;
   }
   *spool = QxfxMakeTemp(QxfxTempDir() + "/qxfx-stdin-XXXXXX");
@@ -83,7 +164,7 @@ bool QxfxStdinPath(std::string* path, std::string* spool, std::string* error) {
     return false;
   }
   int fd = open(spool->c_str(), O_WRONLY | O_TRUNC);
-  bool ok = fd >= 0 && CopyFd(0, fd);
+  bool ok = fd >= 0 && WriteAll(fd, head.data(), head.size()) && CopyFd(0, fd);
   if (fd >= 0 && close(fd) != 0) ok = false;
   if (!ok) {
     *error = "cannot keep standard input in " + *spool + " (disk full?)";
@@ -339,7 +420,7 @@ class ProgressBar {
 // source -> filters -> sink, pushed block by block so that the bar can follow; as CGraphRunner::Run.
 HRESULT RunGraph(const std::string& in, const std::string& out, int outFormat, const std::vector<IBaseFilter*>& filters,
                  const QxfxRunOptions& options, const std::string& inName, const std::string& outName,
-                 const QxfxTags& tags, bool autoDowngrade, std::string* error) {
+                 const QxfxTags& tags, bool autoDowngrade, int pipeFd, int64_t* framesIn, int64_t* framesOut, std::string* error) {
   CWavSource* source = nullptr;
   CWavSink* sink = nullptr;
   HRESULT hr = CWavSource::Create(&source);
@@ -355,6 +436,7 @@ HRESULT RunGraph(const std::string& in, const std::string& out, int outFormat, c
   if (SUCCEEDED(hr)) hr = sink->SetOutput(out, outFormat);
   sink->SetStrings(tags);
   sink->SetRf64AutoDowngrade(autoDowngrade);
+  if (pipeFd >= 0) sink->SetOutputPipe(pipeFd);
   std::vector<IBaseFilter*> stages;
   {
     CGraphRunner runner;
@@ -394,6 +476,8 @@ HRESULT RunGraph(const std::string& in, const std::string& out, int outFormat, c
     }
   }
   if (FAILED(hr) && error->empty()) *error = "processing failed" + QxfxDescribe(hr);
+  *framesIn = source->FramesDelivered();
+  *framesOut = sink->FramesWritten();
   source->Release();
   sink->Release();
   return hr;
@@ -444,7 +528,9 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   }
 
   SF_INFO info{};
-  SNDFILE* probe = sf_open(inPath.c_str(), SFM_READ, &info);
+  MemoryFile memory{};
+  SNDFILE* probe = Probe(inPath, &info, &memory);
+  const bool streamedIn = !g_stdin.path.empty() && inPath == g_stdin.path;
   if (!probe) {
     *error = "cannot read " + in + ": " + sf_strerror(nullptr);
     return false;
@@ -468,6 +554,12 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   const bool fewerBits = outBits && outBits < SignalBits(info.format);
   const bool dither = options.dither && outBits && outBits <= 24 && (fewerBits || (scaled && outBits < 32));
   const bool staged = scaled || fewerBits;
+  // Standard output that is a pipe takes WAV and AU as they are made, when nothing is left to do
+  // after the chain.
+  struct stat outStat;
+  const int outMajor = format & SF_FORMAT_TYPEMASK;
+  const bool streamedOut = toStdout && !staged && (outMajor == SF_FORMAT_WAV || outMajor == SF_FORMAT_AU) &&
+                           fstat(1, &outStat) == 0 && !S_ISREG(outStat.st_mode);
 
   std::string tmp = QxfxMakeTemp(toStdout ? QxfxTempDir() + "/qxfx-out-XXXXXX"
                                           : DirOf(out) + "/." + BaseOf(out) + ".qxfx-XXXXXX");
@@ -481,10 +573,11 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   // numbers and float meet, so that levels keep their scale and loud samples clip, not wrap.
   std::string fed = inPath, fedName = options.inName.empty() ? in : options.inName;
   auto graphFormat = [&](int fedFormat) {
-    return !staged && IsFloat(fedFormat) == IsFloat(written) ? written : 0;
+    return !staged && IsFloat(fedFormat) == IsFloat(written) ? (streamedOut ? format : written) : 0;
   };
   const std::string outName = toStdout ? "standard output" : out;
   std::string stage = tmp;
+  int64_t graphIn = 0, graphFrames = 0;
   auto run = [&](int fedFormat) {
     int gf = graphFormat(fedFormat);
     if (gf == 0 && stage == tmp) {
@@ -496,8 +589,9 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
       }
     }
     // A file of the graph's own form, W64 so that it has no 4 GB limit.
+    const bool piped = streamedOut && gf != 0;
     return RunGraph(fed, gf ? tmp : stage, gf ? gf : SF_FORMAT_W64, filters, options, fedName, outName, tags,
-                    autoDowngrade, error);
+                    autoDowngrade && !piped, piped ? 1 : -1, &graphIn, &graphFrames, error);
   };
   // The host's conversion before the chain: the effects all take 32-bit float.
   auto toFloat = [&](double scale) {
@@ -516,7 +610,8 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     fedFormat = SF_FORMAT_FLOAT;
   }
   HRESULT hr = run(fedFormat);
-  if (hr == VFW_E_TYPE_NOT_ACCEPTED || hr == VFW_E_INVALIDMEDIATYPE || hr == VFW_E_NO_ACCEPTABLE_TYPES) {
+  if ((hr == VFW_E_TYPE_NOT_ACCEPTED || hr == VFW_E_INVALIDMEDIATYPE || hr == VFW_E_NO_ACCEPTABLE_TYPES) &&
+      !streamedIn) {
     if (!toFloat(1.0)) return false;
     if (options.verbose)
       std::fprintf(stderr, "qxfx: the chain refused %s; converted the input to 32-bit float first\n",
@@ -542,11 +637,18 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     result->clipped = stats.clipped;
     result->peak = stats.peak;
     result->dithered = dither;
+  } else if (streamedOut) {
+    result->framesIn = graphIn;
+    result->framesOut = graphFrames;
+    result->format = format;
+    result->rate = info.samplerate;
+    result->seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    return true;
   } else if (outBits) {
     result->clipped = FullScaleSamples(tmp, outBits);
   }
 
-  result->framesIn = info.frames;
+  result->framesIn = streamedIn ? graphIn : info.frames;
   result->framesOut = FramesOf(tmp);
   result->format = FormatOf(tmp, format);
   result->rate = info.samplerate;
