@@ -119,7 +119,8 @@ sf_count_t PipeWrite(const void* data, sf_count_t count, void* user) {
 
 void* CWavSink::OpenPipe(void* sfInfo) {
   auto* info = static_cast<SF_INFO*>(sfInfo);
-  if ((info->format & SF_FORMAT_TYPEMASK) == SF_FORMAT_AU) return sf_open_fd(m_pipe, SFM_WRITE, info, SF_FALSE);
+  const int major = info->format & SF_FORMAT_TYPEMASK;
+  if (major == SF_FORMAT_AU || major == SF_FORMAT_RAW) return sf_open_fd(m_pipe, SFM_WRITE, info, SF_FALSE);
   static SF_VIRTUAL_IO io = {PipeLength, PipeSeek, PipeRead, PipeWrite, PipeTell};
   m_pipeWriter = std::make_unique<CWavSinkPipe>(CWavSinkPipe{m_pipe, &m_pipeWritten});
   m_pipeWritten = 0;

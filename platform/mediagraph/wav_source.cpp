@@ -73,6 +73,11 @@ HRESULT CWavSource::Open(const std::string& path) {
   if (m_Pin.IsConnected()) return Fail(VFW_E_ALREADY_CONNECTED, "the source is connected; open the file first");
   Close();
   SF_INFO info{};
+  if (m_rawFormat) {
+    info.format = m_rawFormat;
+    info.samplerate = m_rawRate;
+    info.channels = m_rawChannels;
+  }
   SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
   if (!f) return Fail(STG_E_READFAULT, "cannot open \"" + path + "\": " + sf_strerror(nullptr));
   WavForm form = WavFormOfFile(info.format);

@@ -2,19 +2,8 @@
 # Files as people have them: MP3 where libsndfile has it, encodings the container cannot hold,
 # unknown extensions, plain WAV below 4 GiB, tags, dither, clipping reports, --gain and --norm.
 set -u
-qxfx=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-fails=0 passes=0
-ok() { passes=$((passes + 1)); }
-bad() { echo "FAIL: $*"; fails=$((fails + 1)); }
-expect_ok() { local what=$1; shift; if "$@" >out.txt 2>err.txt; then ok; else bad "$what: $(cat err.txt)"; fi; }
-expect_fail() {  # what, message fragment, command...
-  local what=$1 frag=$2; shift 2
-  if "$@" >out.txt 2>err.txt; then bad "$what: succeeded"; return; fi
-  grep -q -- "$frag" err.txt && ok || bad "$what: message was: $(cat err.txt)"
-}
+qxfx=$(realpath "$1")
+source "$(dirname "$(realpath "$0")")/qxfx_test_lib.sh"
 peak() { "$qxfx" info "$1" | sed -E 's/.*peak (-?[0-9.]+) dBFS.*/\1/; s/.*silent$/silent/'; }
 near() { awk -v a="$1" -v b="$2" -v d="$3" 'BEGIN { exit !((a - b) < d && (b - a) < d) }'; }
 
@@ -71,5 +60,4 @@ grep -q "reverb + chorus: .* samples at full scale, clipped" err.txt && ok || ba
 expect_fail "bad gain" "--gain takes decibels" "$qxfx" process in.wav x.wav chorus --gain loud
 expect_fail "bad norm" "--norm takes a peak level" "$qxfx" process in.wav x.wav chorus --norm=3
 
-echo "$passes passed, $fails failed"
-[ "$fails" = 0 ]
+finish

@@ -3,13 +3,8 @@
 # symbolic link in another bin folder), shows its version, has a manual page made from its help
 # text, and completes effect parameters in bash.
 set -u
-qxfx=$1 build=$2
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-fails=0 passes=0
-ok() { passes=$((passes + 1)); }
-bad() { echo "FAIL: $*"; fails=$((fails + 1)); }
+qxfx=$(realpath "$1") build=$(realpath "$2")
+source "$(dirname "$(realpath "$0")")/qxfx_test_lib.sh"
 
 cmake --install "$build" --prefix "$work/prefix" >/dev/null || bad "install failed"
 bin=$work/prefix/bin/qxfx
@@ -31,5 +26,4 @@ got=$(bash -c "source '$completion'; COMP_WORDS=('$bin' process in.wav out.wav s
 got=$(bash -c "source '$completion'; COMP_WORDS=('$bin' help rev); COMP_CWORD=2; _qxfx; echo \"\${COMPREPLY[*]}\"")
 [ "$got" = reverb ] && ok || bad "effect completion: $got"
 
-echo "$passes passed, $fails failed"
-[ "$fails" = 0 ]
+finish

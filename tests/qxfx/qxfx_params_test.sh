@@ -2,19 +2,8 @@
 # qxfx speaking natural units: --param with units and names, --set as the exact record door,
 # preset prefixes, page-only fields, listings, and mistakes that must not exit 0.
 set -u
-qxfx=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-fails=0 passes=0
-ok() { passes=$((passes + 1)); }
-bad() { echo "FAIL: $*"; fails=$((fails + 1)); }
-expect_ok() { local what=$1; shift; if "$@" >out.txt 2>err.txt; then ok; else bad "$what: $(cat err.txt)"; fi; }
-expect_fail() {  # what, message fragment, command...
-  local what=$1 frag=$2; shift 2
-  if "$@" >out.txt 2>err.txt; then bad "$what: succeeded"; return; fi
-  grep -q -- "$frag" err.txt && ok || bad "$what: message was: $(cat err.txt)"
-}
+qxfx=$(realpath "$1")
+source "$(dirname "$(realpath "$0")")/qxfx_test_lib.sh"
 same() { cmp -s "$1" "$2" && ok || bad "$3: $1 and $2 differ"; }
 
 "$qxfx" make-demo-input in.wav
@@ -72,5 +61,4 @@ grep -q "falls back to 2 s" err.txt && ok || bad "tempo fallback not told: $(cat
 "$qxfx" params pitch-shift | grep -q "Semitones.*page only" && ok || bad "page-only not marked"
 "$qxfx" params chorus --json | grep -q '"name": "modRate", "field": "modRate", "unit": "Hz"' && ok || bad "params json"
 
-echo "$passes passed, $fails failed"
-[ "$fails" = 0 ]
+finish

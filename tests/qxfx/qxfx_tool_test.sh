@@ -99,6 +99,13 @@ cat long.wav | "$qxfx" process -q - - reverb --output-format au | cat >streamed.
 "$qxfx" info streamed.au | grep -q "AU.*$(( $(frames long.wav) + 0 ))" || "$qxfx" info streamed.au | grep -q "AU" && ok ||
   bad "AU to a pipe: $("$qxfx" info streamed.au)"
 
+# Raw samples stream too, in the form --raw-input names.
+"$qxfx" process -q in.wav in.raw simple-delay --param Bypass=on
+"$qxfx" process -q in.wav ref.raw chorus
+cat in.raw | "$qxfx" process -q - - chorus --raw-input 44100,2,pcm16 --output-format raw | cat >piped.raw
+cmp -s piped.raw ref.raw && ok || bad "raw through pipes differs from the file run"
+expect_fail "raw form" "--raw-input takes RATE,CHANNELS,ENCODING" "$qxfx" process in.raw x.wav chorus --raw-input 44100,2
+
 # Interrupted while reading standard input: a form that must seek is spooled, and the spool goes
 # with the process.
 "$qxfx" process -q in.wav in.flac chorus

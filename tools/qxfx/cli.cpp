@@ -35,7 +35,7 @@ bool TakesValue(const std::string& name) {
                                         "--preset",       "--set",       "--param",     "--automate",   "--load-state",
                                         "--save-state",   "--lang",      "--tempo",      "--meter",
                                         "--tempo-map",    "--percent",   "--tempo-from", "--tempo-to",
-                                        "--semitones",    "--cents",     "--gain",       "-j"};
+                                        "--semitones",    "--cents",     "--gain",       "--raw-input",  "-j"};
   for (const char* v : kValued)
     if (name == v) return true;
   return false;
@@ -173,6 +173,8 @@ bool QxfxParse(int argc, char** argv, QxfxCommandLine* out, std::string* error) 
         *error = "--norm takes a peak level in dBFS from -120 to 0, e.g. --norm=-1, not '" + value + "'";
         return false;
       }
+    } else if (name == "--raw-input") {
+      out->rawInput = value;
     } else if (name == "--no-dither") {
       out->dither = false;
     } else if (name == "--version") {

@@ -71,6 +71,7 @@ struct QxfxCommandLine : QxfxEffectArgs {
   bool norm = false;                   // --norm[=dBFS], after the chain (default 0 dBFS)
   double normDb = 0.0;
   bool dither = true;                  // --no-dither turns TPDF dither off
+  std::string rawInput;                // --raw-input RATE,CHANNELS,ENCODING
 };
 
 // Parses argv; on a mistake returns false with a one-line message in *error.

@@ -16,26 +16,11 @@
 #include "aplugins/qxppack1/frame/effect_interfaces.h"
 #include "aplugins/qxppack1/params/param_view.h"
 #include "platform/com/persist.h"
+#include "platform/registry/utf.h"
 #include "platform/com/task_mem.h"
 
 namespace {
-std::string Narrow(const WCHAR* s) {
-  std::string r;
-  for (; s && *s; ++s) {
-    char32_t c = *s;
-    if (c < 0x80) {
-      r += static_cast<char>(c);
-    } else if (c < 0x800) {
-      r += static_cast<char>(0xC0 | (c >> 6));
-      r += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      r += static_cast<char>(0xE0 | (c >> 12));
-      r += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      r += static_cast<char>(0x80 | (c & 0x3F));
-    }
-  }
-  return r;
-}
+std::string Narrow(const WCHAR* s) { return s ? QxUtf16ToUtf8(s) : std::string(); }
 
 // Pads UTF-8 text with spaces to `width` characters, so that columns line up in any language.
 std::string Pad(std::string s, size_t width) {

@@ -42,14 +42,6 @@ std::string BaseOf(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
-int64_t FramesOf(const std::string& path) {
-  SF_INFO info{};
-  SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
-  if (!f) return 0;
-  sf_close(f);
-  return info.frames;
-}
-
 bool WriteAll(int fd, const char* p, size_t n) {
   while (n) {
     ssize_t w = write(fd, p, n);
@@ -79,8 +71,8 @@ namespace {
 // Standard input read as a stream: the path the source opens (a pipe fed by a thread), and the
 // start of the stream, kept to learn its format without reading the pipe twice.
 struct StreamedStdin {
-  std::string path;
-  std::vector<char> head;
+  std::string path;   // the pipe the source reads
+  std::string probe;  // a file holding the stream's start, to learn its form from
 };
 StreamedStdin g_stdin;
 
@@ -95,36 +87,25 @@ void PumpStdin(int to, std::vector<char> head) {
   close(to);
 }
 
-// A memory block seen by libsndfile as a file: the start of a stream, to read its header.
-struct MemoryFile {
-  const std::vector<char>* bytes;
-  sf_count_t at = 0;
-};
-sf_count_t MemLength(void* u) { return static_cast<sf_count_t>(static_cast<MemoryFile*>(u)->bytes->size()); }
-sf_count_t MemSeek(sf_count_t offset, int whence, void* u) {
-  auto* m = static_cast<MemoryFile*>(u);
-  const sf_count_t size = MemLength(u);
-  m->at = std::clamp<sf_count_t>(whence == SEEK_SET ? offset : whence == SEEK_CUR ? m->at + offset : size + offset, 0, size);
-  return m->at;
-}
-sf_count_t MemRead(void* out, sf_count_t count, void* u) {
-  auto* m = static_cast<MemoryFile*>(u);
-  const sf_count_t n = std::min(count, MemLength(u) - m->at);
-  std::memcpy(out, m->bytes->data() + m->at, static_cast<size_t>(n));
-  m->at += n;
-  return n;
-}
-sf_count_t MemWrite(const void*, sf_count_t, void*) { return 0; }
-sf_count_t MemTell(void* u) { return static_cast<MemoryFile*>(u)->at; }
+// The raw form (--raw-input) every input is read in, 0 when inputs carry their own header.
+SF_INFO g_raw{};
 
-// Opens `path` to learn its format; a streamed standard input is read from its kept start.
-SNDFILE* Probe(const std::string& path, SF_INFO* info, MemoryFile* memory) {
-  if (path != g_stdin.path || g_stdin.path.empty()) return sf_open(path.c_str(), SFM_READ, info);
-  static SF_VIRTUAL_IO io = {MemLength, MemSeek, MemRead, MemWrite, MemTell};
-  *memory = {&g_stdin.head, 0};
-  return sf_open_virtual(&io, SFM_READ, info, memory);
+SNDFILE* OpenInput(const std::string& path, SF_INFO* info) {
+  *info = g_raw;
+  return sf_open(path.c_str(), SFM_READ, info);
 }
 }  // namespace
+
+void QxfxSetRawInput(int format, int rate, int channels) {
+  g_raw = {};
+  g_raw.format = format ? SF_FORMAT_RAW | format : 0;
+  g_raw.samplerate = rate;
+  g_raw.channels = channels;
+}
+
+std::string QxfxProbePath(const std::string& in) {
+  return !g_stdin.path.empty() && in == g_stdin.path ? g_stdin.probe : in;
+}
 
 bool QxfxStdinPath(std::string* path, std::string* spool, std::string* error) {
   struct stat st;
@@ -152,8 +133,18 @@ bool QxfxStdinPath(std::string* path, std::string* spool, std::string* error) {
   head.resize(got);
   const bool streams = kind("RIFF") || kind("RF64") || kind(".snd");
   int fds[2];
-  if (streams && pipe(fds) == 0) {
-    g_stdin = {"/dev/fd/" + std::to_string(fds[0]), head};
+  if ((streams || g_raw.format) && pipe(fds) == 0) {
+    *spool = QxfxMakeTemp(QxfxTempDir() + "/qxfx-head-XXXXXX");
+    const int fd = spool->empty() ? -1 : open(spool->c_str(), O_WRONLY | O_TRUNC);
+    const bool kept = fd >= 0 && WriteAll(fd, head.data(), head.size());
+    if (fd >= 0) close(fd);
+    if (!kept) {
+      close(fds[0]);
+      close(fds[1]);
+      *error = "cannot make a temporary file in " + QxfxTempDir() + " for standard input";
+      return false;
+    }
+    g_stdin = {"/dev/fd/" + std::to_string(fds[0]), *spool};
     std::thread(PumpStdin, fds[1], std::move(head)).detach();
     *path = g_stdin.path;
     return true;
@@ -217,6 +208,7 @@ struct ConvertOptions {
   bool countClips = false; // count samples beyond full scale
   const QxfxTags* tags = nullptr;
   bool autoDowngrade = false;
+  bool rawInput = false;   // `in` is an input in the --raw-input form
 };
 struct ConvertStats {
   int64_t clipped = 0;
@@ -231,7 +223,7 @@ struct ConvertStats {
 bool Convert(const std::string& in, const std::string& out, int format, const ConvertOptions& opt,
              ConvertStats* stats, std::string* error) {
   SF_INFO info{};
-  SNDFILE* src = sf_open(in.c_str(), SFM_READ, &info);
+  SNDFILE* src = opt.rawInput ? OpenInput(in, &info) : sf_open(in.c_str(), SFM_READ, &info);
   if (!src) {
     *error = "cannot read " + in + ": " + sf_strerror(nullptr);
     return false;
@@ -322,8 +314,8 @@ double PeakOf(const std::string& path) {
 }
 
 // Samples at the ends of a whole-number file's range: what the effects' own rounding clipped.
-int64_t FullScaleSamples(const std::string& path, int bits) {
-  SF_INFO info{};
+int64_t FullScaleSamples(const std::string& path, int bits, const SF_INFO& written) {
+  SF_INFO info = (written.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_RAW ? written : SF_INFO{};
   SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
   if (!f) return 0;
   const int64_t top = ((int64_t{1} << (bits - 1)) - 1) << (32 - bits);
@@ -420,7 +412,8 @@ class ProgressBar {
 // source -> filters -> sink, pushed block by block so that the bar can follow; as CGraphRunner::Run.
 HRESULT RunGraph(const std::string& in, const std::string& out, int outFormat, const std::vector<IBaseFilter*>& filters,
                  const QxfxRunOptions& options, const std::string& inName, const std::string& outName,
-                 const QxfxTags& tags, bool autoDowngrade, int pipeFd, int64_t* framesIn, int64_t* framesOut, std::string* error) {
+                 const QxfxTags& tags, bool autoDowngrade, bool rawIn, int pipeFd, int64_t* framesIn, int64_t* framesOut,
+                 std::string* error) {
   CWavSource* source = nullptr;
   CWavSink* sink = nullptr;
   HRESULT hr = CWavSource::Create(&source);
@@ -430,6 +423,7 @@ HRESULT RunGraph(const std::string& in, const std::string& out, int outFormat, c
     *error = "cannot make the graph" + QxfxDescribe(hr);
     return hr;
   }
+  if (rawIn) source->SetRawForm(g_raw.format, g_raw.samplerate, g_raw.channels);
   hr = source->Open(in);
   if (FAILED(hr)) *error = source->LastError();
   if (SUCCEEDED(hr)) hr = source->SetFramesPerBlock(static_cast<LONG>(options.blockFrames));
@@ -528,8 +522,7 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   }
 
   SF_INFO info{};
-  MemoryFile memory{};
-  SNDFILE* probe = Probe(inPath, &info, &memory);
+  SNDFILE* probe = OpenInput(QxfxProbePath(inPath), &info);
   const bool streamedIn = !g_stdin.path.empty() && inPath == g_stdin.path;
   if (!probe) {
     *error = "cannot read " + in + ": " + sf_strerror(nullptr);
@@ -558,7 +551,8 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   // after the chain.
   struct stat outStat;
   const int outMajor = format & SF_FORMAT_TYPEMASK;
-  const bool streamedOut = toStdout && !staged && (outMajor == SF_FORMAT_WAV || outMajor == SF_FORMAT_AU) &&
+  const bool streamedOut = toStdout && !staged &&
+                           (outMajor == SF_FORMAT_WAV || outMajor == SF_FORMAT_AU || outMajor == SF_FORMAT_RAW) &&
                            fstat(1, &outStat) == 0 && !S_ISREG(outStat.st_mode);
 
   std::string tmp = QxfxMakeTemp(toStdout ? QxfxTempDir() + "/qxfx-out-XXXXXX"
@@ -591,7 +585,8 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     // A file of the graph's own form, W64 so that it has no 4 GB limit.
     const bool piped = streamedOut && gf != 0;
     return RunGraph(fed, gf ? tmp : stage, gf ? gf : SF_FORMAT_W64, filters, options, fedName, outName, tags,
-                    autoDowngrade && !piped, piped ? 1 : -1, &graphIn, &graphFrames, error);
+                    autoDowngrade && !piped, g_raw.format && fed == inPath, piped ? 1 : -1, &graphIn, &graphFrames,
+                    error);
   };
   // The host's conversion before the chain: the effects all take 32-bit float.
   auto toFloat = [&](double scale) {
@@ -599,6 +594,7 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     temps.paths.push_back(converted);
     ConvertOptions opt;
     opt.scale = scale;
+    opt.rawInput = true;
     if (converted.empty() || !Convert(inPath, converted, 0, opt, nullptr, error)) return false;
     fed = converted;
     fedName += " as 32-bit float";
@@ -645,11 +641,15 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     result->seconds = std::chrono::duration<double>(Clock::now() - start).count();
     return true;
   } else if (outBits) {
-    result->clipped = FullScaleSamples(tmp, outBits);
+    SF_INFO form{};
+    form.format = format;
+    form.samplerate = info.samplerate;
+    form.channels = info.channels;
+    result->clipped = FullScaleSamples(tmp, outBits, form);
   }
 
   result->framesIn = streamedIn ? graphIn : info.frames;
-  result->framesOut = FramesOf(tmp);
+  result->framesOut = graphFrames;
   result->format = FormatOf(tmp, format);
   result->rate = info.samplerate;
   if (toStdout) {

@@ -49,7 +49,15 @@ const char* QxfxTagName(int kind);
 
 // Standard input as a path libsndfile can open: /dev/stdin when it is a regular file (it can seek),
 // else a temporary file it is spooled into, whose name goes to *spool for the caller to remove.
+// WAV, RF64 and AU (and any form with --raw-input) on a pipe are not spooled: the path is a pipe
+// that a thread fills as standard input arrives, and *spool a file with the stream's start.
 bool QxfxStdinPath(std::string* path, std::string* spool, std::string* error);
+// A path to learn an input's form from without reading it: for streamed standard input the file
+// holding its start, else the input itself.
+std::string QxfxProbePath(const std::string& in);
+// Inputs without a header (--raw-input): a libsndfile encoding (SF_FORMAT_PCM_16 ...), rate and
+// channel count; format 0 for inputs that carry their own header.
+void QxfxSetRawInput(int format, int rate, int channels);
 // Runs IN through the filters into a temporary file, renamed over OUT (or copied to standard output
 // when OUT is "-") at the end. Refuses to write over IN. On failure or an
 // interrupting signal nothing is left at the temporary path and OUT is untouched. When the first

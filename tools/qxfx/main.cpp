@@ -85,6 +85,8 @@ const char kUsage[] =
     "  --gain DB                 change the level by DB decibels before the chain\n"
     "  --norm[=DBFS]             scale the result so that its peak is DBFS (default 0)\n"
     "  --no-dither               no TPDF dither when the output has fewer bits than the input\n"
+    "  --raw-input RATE,CH,ENC   inputs are raw samples, e.g. 44100,2,pcm16 (ENC as for\n"
+    "                            --output-format); raw output is --output-format raw\n"
     "  -q, --quiet               print nothing but errors\n"
     "  -v, --verbose             show the graph and the formats agreed between its filters\n"
     "  --no-progress             no progress bar (it shows only on a terminal, after 1 s)\n"
@@ -308,7 +310,7 @@ bool ProcessOne(const QxfxCommandLine& cl, const QxfxOutputForm& form, bool prog
     return false;
   }
   std::vector<ComPtr<IBaseFilter>> chain;
-  bool ok = BuildChain(cl, inPath, &chain, error);
+  bool ok = BuildChain(cl, QxfxProbePath(inPath), &chain, error);
   QxfxRunResult result;
   if (ok) {
     std::vector<IBaseFilter*> filters;
@@ -441,6 +443,22 @@ int ProcessBatch(const QxfxCommandLine& cl, const QxfxOutputForm& form) {
   return 0;
 }
 
+// "44100,2,pcm16": the form of headerless inputs.
+bool SetRawInput(const std::string& text, std::string* error) {
+  int rate = 0, channels = 0;
+  char encoding[32] = "";
+  QxfxOutputForm form;
+  std::string ignored;
+  if (std::sscanf(text.c_str(), "%d,%d,%31s", &rate, &channels, encoding) != 3 || rate < 1 || rate > 1000000 ||
+      channels < 1 || channels > 32 || !QxfxParseOutputFormat(encoding, &form, &ignored) || !form.sub || form.major) {
+    *error = "--raw-input takes RATE,CHANNELS,ENCODING such as 44100,2,pcm16 (1 to 32 channels; encodings u8 "
+             "pcm8 pcm16 pcm24 pcm32 float double ulaw alaw), not '" + text + "'";
+    return false;
+  }
+  QxfxSetRawInput(form.sub, rate, channels);
+  return true;
+}
+
 int Process(const QxfxCommandLine& cl) {
   // Every name and option is checked once before any file is touched.
   for (const QxfxEffectArgs& args : cl.chain)
@@ -448,6 +466,7 @@ int Process(const QxfxCommandLine& cl) {
   QxfxOutputForm form;
   std::string error;
   if (!cl.outputFormat.empty() && !QxfxParseOutputFormat(cl.outputFormat, &form, &error)) return Fail(error);
+  if (!cl.rawInput.empty() && !SetRawInput(cl.rawInput, &error)) return Fail(error);
   if (cl.chain.size() > 1 || !cl.outDir.empty()) {
     // Options that only make sense once: the same state file saved by two effects would be a mix-up.
     for (size_t i = 0; i < cl.chain.size(); ++i)

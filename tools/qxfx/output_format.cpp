@@ -15,7 +15,8 @@ constexpr Name kContainers[] = {
     {"wav", SF_FORMAT_WAV},   {"wave", SF_FORMAT_WAV}, {"rf64", SF_FORMAT_RF64}, {"w64", SF_FORMAT_W64},
     {"aiff", SF_FORMAT_AIFF}, {"aif", SF_FORMAT_AIFF}, {"aifc", SF_FORMAT_AIFF}, {"flac", SF_FORMAT_FLAC},
     {"caf", SF_FORMAT_CAF},   {"au", SF_FORMAT_AU},    {"snd", SF_FORMAT_AU},    {"ogg", SF_FORMAT_OGG},
-    {"oga", SF_FORMAT_OGG},   {"opus", SF_FORMAT_OGG}, {"mp3", SF_FORMAT_MPEG}, {"wavex", SF_FORMAT_WAVEX}};
+    {"oga", SF_FORMAT_OGG},   {"opus", SF_FORMAT_OGG}, {"mp3", SF_FORMAT_MPEG}, {"raw", SF_FORMAT_RAW},
+    {"pcm", SF_FORMAT_RAW},   {"wavex", SF_FORMAT_WAVEX}};
 constexpr Name kEncodings[] = {
     {"pcm8", SF_FORMAT_PCM_S8},   {"s8", SF_FORMAT_PCM_S8},      {"u8", SF_FORMAT_PCM_U8},
     {"pcm16", SF_FORMAT_PCM_16},  {"s16", SF_FORMAT_PCM_16},     {"16", SF_FORMAT_PCM_16},
@@ -57,7 +58,7 @@ bool QxfxParseOutputFormat(const std::string& text, QxfxOutputForm* out, std::st
     if (part == "opus") out->major = SF_FORMAT_OGG;
     if (!known) {
       *error = "--output-format: unknown container or encoding '" + part +
-               "' (containers wav rf64 w64 aiff flac caf au ogg mp3; encodings u8 pcm8 pcm16 pcm24 pcm32 float "
+               "' (containers wav rf64 w64 aiff flac caf au ogg mp3 raw; encodings u8 pcm8 pcm16 pcm24 pcm32 float "
                "double ulaw alaw vorbis opus mp3; e.g. flac:pcm24 or wav:float)";
       return false;
     }
@@ -91,7 +92,7 @@ bool QxfxChooseFormat(const QxfxOutputForm& asked, const std::string& outPath, i
     const size_t slash = outPath.rfind('/'), dot = outPath.rfind('.');
     if (dot != std::string::npos && (slash == std::string::npos || dot > slash) && dot + 1 < outPath.size()) {
       *error = "unknown output extension '" + outPath.substr(dot) +
-               "' (wav rf64 w64 aiff aif flac caf au ogg opus mp3); name the file so, or give --output-format";
+               "' (wav rf64 w64 aiff aif flac caf au ogg opus mp3 raw); name the file so, or give --output-format";
       return false;
     }
     major = SF_FORMAT_WAV;
