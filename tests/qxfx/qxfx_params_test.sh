@@ -44,6 +44,8 @@ expect_fail "unknown name" "did you mean 'DelayOut'" "$qxfx" process in.wav x.wa
 expect_fail "set decimal on a whole field" "a whole number from 5 to 50" "$qxfx" process in.wav x.wav reverb --set decayTenths=2.5
 expect_fail "ignored tempo" "does not follow tempo" "$qxfx" process in.wav x.wav time-stretch --tempo 128
 expect_fail "ignored meter" "does not follow tempo" "$qxfx" process in.wav x.wav reverb --meter 3/4
+expect_fail "option of another command" "--preset does nothing for 'presets'" "$qxfx" presets reverb --preset 2
+expect_fail "jobs without a batch" "--jobs needs --out-dir" "$qxfx" process -j 4 in.wav x.wav chorus
 [ ! -e x.wav ] && ok || bad "refused runs left an output"
 
 # Warnings that let the run go on: a rounded value, a page-only field, a tempo fallback.

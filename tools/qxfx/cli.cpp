@@ -153,6 +153,8 @@ bool QxfxParse(int argc, char** argv, QxfxCommandLine* out, std::string* error) 
       return false;
     }
     const bool process = seenCommand && out->command == "process";
+    if (name.size() > 1 && name[0] == '-') out->given.push_back(name == "-j" ? "--jobs" : name == "-q" ? "--quiet"
+                                                                 : name == "-v" ? "--verbose" : name == "-h" ? "--help" : name);
 
     if (name == "-h" || name == "--help") {
       out->help = true;

@@ -72,6 +72,7 @@ struct QxfxCommandLine : QxfxEffectArgs {
   double normDb = 0.0;
   bool dither = true;                  // --no-dither turns TPDF dither off
   std::string rawInput;                // --raw-input RATE,CHANNELS,ENCODING
+  std::vector<std::string> given;      // every option on the line, by its long name
 };
 
 // Parses argv; on a mistake returns false with a one-line message in *error.

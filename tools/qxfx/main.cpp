@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -501,6 +502,16 @@ int main(int argc, char** argv) {
     }
     Usage(cl.help ? stdout : stderr);
     return cl.help ? 0 : 2;
+  }
+  // An option the command would ignore is a mistake, and mistakes never exit 0.
+  for (const std::string& option : cl.given) {
+    static const char* const kAnywhere[] = {"--quiet", "--verbose", "--help", "--no-progress"};
+    bool fits = std::find(std::begin(kAnywhere), std::end(kAnywhere), option) != std::end(kAnywhere);
+    if (cl.command == "process") fits = option != "--json" && (option != "--jobs" || !cl.outDir.empty());
+    else if (option == "--json") fits = cl.command == "list" || cl.command == "presets" || cl.command == "params";
+    if (!fits)
+      return Fail(option + (option == "--jobs" ? " needs --out-dir (several files at once)"
+                                               : " does nothing for '" + cl.command + "'"));
   }
   if (cl.command == "list") return QxfxList(cl.json);
   if (cl.command == "register") return QxfxRegister(cl.quiet);
