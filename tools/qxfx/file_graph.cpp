@@ -122,8 +122,9 @@ bool QxfxStdinPath(std::string* path, std::string* spool, std::string* error) {
     if (got < 4) return false;
     if (kind(".snd")) return got >= 28;
     if (!kind("RIFF") && !kind("RF64")) return true;  // not a stream: spooled as it is
-    return std::search(head.begin(), head.begin() + static_cast<long>(got), "data", "data" + 4) + 8 <=
-           head.begin() + static_cast<long>(got);
+    const auto end = head.begin() + static_cast<long>(got);
+    const auto data = std::search(head.begin(), end, "data", "data" + 4);
+    return data != end && end - data >= 8;
   };
   for (ssize_t n; got < head.size() && !whole(); got += static_cast<size_t>(n)) {
     n = read(0, head.data() + got, head.size() - got);
