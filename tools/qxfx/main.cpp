@@ -509,6 +509,7 @@ int main(int argc, char** argv) {
     bool fits = std::find(std::begin(kAnywhere), std::end(kAnywhere), option) != std::end(kAnywhere);
     if (cl.command == "process") fits = option != "--json" && (option != "--jobs" || !cl.outDir.empty());
     else if (option == "--json") fits = cl.command == "list" || cl.command == "presets" || cl.command == "params";
+    else if (option == "--lang") fits = cl.command == "presets" || cl.command == "params";
     if (!fits)
       return Fail(option + (option == "--jobs" ? " needs --out-dir (several files at once)"
                                                : " does nothing for '" + cl.command + "'"));
