@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -28,6 +29,7 @@
 #include <mutex>
 #include <new>
 #include <string_view>
+#include <thread>
 #include <unordered_set>
 #include <vector>
 
@@ -567,26 +569,65 @@ LONG Store(const std::string& path, const Tree& t) {
   return ERROR_SUCCESS;
 }
 
+// The file's lock, held by one thread of this process at a time, and taken again by the same
+// thread without waiting, so that a batch of calls and the transactions inside it nest.
+std::recursive_mutex g_fileLock;
+int g_lockFd = -1;
+int g_lockDepth = 0;
+// How long a writer waits for another process's change or batch before it gives up.
+constexpr auto kLockWait = std::chrono::seconds(60);
+
+LONG AcquireFileLock(const std::string& path) {
+  if (path.empty())
+    return Fail(ERROR_PATH_NOT_FOUND, "qx registry: no location for the registry file (set QX_REGISTRY_FILE or HOME)");
+  g_fileLock.lock();
+  if (g_lockDepth > 0) {
+    ++g_lockDepth;
+    return ERROR_SUCCESS;
+  }
+  auto fail = [](LONG rc) {
+    g_fileLock.unlock();
+    return rc;
+  };
+  if (MakeDirs(DirOf(path)) != ERROR_SUCCESS)
+    return fail(Fail(ERROR_REGISTRY_IO_FAILED, Describe(DirOf(path), "cannot create the directory")));
+  const std::string lockPath = path + ".lock";
+  const int lock = open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  if (lock < 0)
+    return fail(Fail(ERROR_REGISTRY_IO_FAILED, Describe(lockPath, std::string("cannot open: ") + std::strerror(errno))));
+  const auto deadline = std::chrono::steady_clock::now() + kLockWait;
+  auto pause = std::chrono::milliseconds(1);
+  while (flock(lock, LOCK_EX | LOCK_NB) != 0) {
+    const int e = errno;
+    if (e == EINTR) continue;
+    if (e != EWOULDBLOCK || std::chrono::steady_clock::now() >= deadline) {
+      close(lock);
+      return fail(Fail(ERROR_REGISTRY_IO_FAILED,
+                       Describe(lockPath, e == EWOULDBLOCK ? "another process has held the lock for a minute"
+                                                           : std::string("cannot lock: ") + std::strerror(e))));
+    }
+    std::this_thread::sleep_for(pause);
+    pause = std::min(pause * 2, std::chrono::milliseconds(20));
+  }
+  g_lockFd = lock;
+  g_lockDepth = 1;
+  return ERROR_SUCCESS;
+}
+
+void ReleaseFileLock() {
+  if (--g_lockDepth == 0) {
+    close(g_lockFd);  // releases the lock
+    g_lockFd = -1;
+  }
+  g_fileLock.unlock();
+}
+
 // One change: lock, re-read, apply, replace. `change(tree, changed)` answers a code and sets
 // `changed` when the file must be written.
 template <class F>
 LONG Transact(F&& change) {
   const std::string path = ResolvePath();
-  if (path.empty())
-    return Fail(ERROR_PATH_NOT_FOUND, "qx registry: no location for the registry file (set QX_REGISTRY_FILE or HOME)");
-  if (MakeDirs(DirOf(path)) != ERROR_SUCCESS)
-    return Fail(ERROR_REGISTRY_IO_FAILED, Describe(DirOf(path), "cannot create the directory"));
-  const std::string lockPath = path + ".lock";
-  const int lock = open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  if (lock < 0) return Fail(ERROR_REGISTRY_IO_FAILED, Describe(lockPath, std::string("cannot open: ") + std::strerror(errno)));
-  int r;
-  while ((r = flock(lock, LOCK_EX)) != 0 && errno == EINTR) {
-  }
-  if (r != 0) {
-    const int e = errno;
-    close(lock);
-    return Fail(ERROR_REGISTRY_IO_FAILED, Describe(lockPath, std::string("cannot lock: ") + std::strerror(e)));
-  }
+  if (LONG rc = AcquireFileLock(path); rc != ERROR_SUCCESS) return rc;
   LONG rc;
   try {
     auto tree = std::make_unique<Tree>();
@@ -599,7 +640,7 @@ LONG Transact(F&& change) {
   } catch (const std::bad_alloc&) {
     rc = FailCode(ERROR_NOT_ENOUGH_MEMORY);
   }
-  close(lock);  // releases the lock
+  ReleaseFileLock();
   return rc;
 }
 
@@ -886,6 +927,9 @@ LONG RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD cchName, LPDWORD,
     return ERROR_SUCCESS;
   });
 }
+
+LONG QxRegistry_BeginBatch() { return AcquireFileLock(ResolvePath()); }
+void QxRegistry_EndBatch() { ReleaseFileLock(); }
 
 const char* QxRegistry_LastError() { return t_lastError; }
 LONG QxRegistry_LastErrorCode() { return t_lastCode; }

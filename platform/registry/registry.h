@@ -101,6 +101,12 @@ LONG RegDeleteValueW(HKEY key, LPCWSTR valueName);
 LONG RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD cchName, LPDWORD reserved, LPWSTR className,
                    LPDWORD cchClass, FILETIME* lastWriteTime);
 
+// Holds the file's lock from Begin to End, so that other processes see the calls between as one
+// change and wait for it (up to a minute) rather than meet it half done. Begin waits likewise; on
+// success End must follow, on the same thread. Batches nest.
+LONG QxRegistry_BeginBatch();
+void QxRegistry_EndBatch();
+
 // The message of the last failing call on this thread ("" if none failed yet), fit to show a user.
 const char* QxRegistry_LastError();
 // The code of that failure.

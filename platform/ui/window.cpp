@@ -1,27 +1,39 @@
-// The registry of live window handles and the per-thread message queues behind them.
-// One lock guards the registry; each queue has its own lock and wakes its thread's GetMessage.
+// The registry of live window handles, the per-thread message queues behind them, and message
+// retrieval: posted messages first, then painting, then timers, waiting on the clock or a host.
 #include "platform/ui/window.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
-#include <memory>
 #include <mutex>
 #include <unordered_map>
 
+#include "platform/ui/window_internal.h"
+
+BOOL IsDialogMessage(HWND dialog, MSG* msg);
+
+namespace qxui {
 namespace {
 
 struct MessageQueue {
   std::mutex lock;
   std::condition_variable wake;
   std::deque<MSG> messages;
+  int fd = -1;  // eventfd, once a native host waits with poll()
+  ~MessageQueue() {
+    if (fd >= 0) close(fd);
+  }
 };
 
 struct WindowRecord {
   DWORD owner;
-  // Later pieces (class, procedure, user data) hang here.
+  std::unique_ptr<Wnd> wnd;  // null for a bare handle
 };
 
 // Never destroyed, so handles stay valid while other threads' destructors run at exit.
@@ -39,24 +51,32 @@ Registry& Reg() {
 
 std::atomic<DWORD> nextThreadId{1};
 
-DWORD NowMs() {
+DWORD RealMs() {
   using namespace std::chrono;
   return static_cast<DWORD>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
-// Per thread: its identifier and, once it has one, its queue; both go with the thread, and so do
-// the windows it still owns.
+// Per thread: its identifier, its queue once it has one, and its window state; all go with the
+// thread, and so do the windows it still owns.
 struct ThreadState {
   DWORD id = nextThreadId++;
   std::shared_ptr<MessageQueue> queue;
+  ThreadUi ui;
   ~ThreadState() {
-    Registry& r = Reg();
-    std::lock_guard<std::mutex> g(r.lock);
-    for (auto it = r.windows.begin(); it != r.windows.end();) {
-      if (it->second.owner == id) it = r.windows.erase(it);
-      else ++it;
+    std::vector<std::unique_ptr<Wnd>> dead;
+    {
+      Registry& r = Reg();
+      std::lock_guard<std::mutex> g(r.lock);
+      for (auto it = r.windows.begin(); it != r.windows.end();) {
+        if (it->second.owner == id) {
+          dead.push_back(std::move(it->second.wnd));
+          it = r.windows.erase(it);
+        } else {
+          ++it;
+        }
+      }
+      r.queues.erase(id);
     }
-    r.queues.erase(id);
   }
 };
 
@@ -77,14 +97,27 @@ MessageQueue& OwnQueue() {
   return *self.queue;
 }
 
-bool Post(const std::shared_ptr<MessageQueue>& q, HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
+bool Post(const std::shared_ptr<MessageQueue>& q, const MSG& m) {
   if (!q) return false;
   {
     std::lock_guard<std::mutex> g(q->lock);
-    q->messages.push_back(MSG{hwnd, msg, wParam, lParam, NowMs(), POINT{0, 0}});
+    q->messages.push_back(m);
+    if (q->fd >= 0) {
+      uint64_t one = 1;
+      (void)!write(q->fd, &one, sizeof one);
+    }
   }
   q->wake.notify_all();
   return true;
+}
+
+std::shared_ptr<MessageQueue> QueueOfWindow(HWND hwnd) {
+  Registry& r = Reg();
+  std::lock_guard<std::mutex> g(r.lock);
+  auto it = r.windows.find(hwnd);
+  if (it == r.windows.end()) return nullptr;
+  auto qi = r.queues.find(it->second.owner);
+  return qi == r.queues.end() ? nullptr : qi->second;
 }
 
 bool Matches(const MSG& m, HWND hwnd, UINT first, UINT last) {
@@ -93,47 +126,174 @@ bool Matches(const MSG& m, HWND hwnd, UINT first, UINT last) {
   return m.message >= first && m.message <= last;
 }
 
+bool InRange(UINT msg, UINT first, UINT last) { return (first == 0 && last == 0) || (msg >= first && msg <= last); }
+
+// The queued message that matches, taken out or left; WM_QUIT matches whatever the filter when
+// `quitAlways`.
+bool TakeQueued(MSG* msg, HWND hwnd, UINT first, UINT last, bool remove, bool quitAlways) {
+  MessageQueue& q = OwnQueue();
+  std::lock_guard<std::mutex> g(q.lock);
+  for (auto it = q.messages.begin(); it != q.messages.end(); ++it) {
+    if (!(quitAlways && it->message == WM_QUIT) && !Matches(*it, hwnd, first, last)) continue;
+    *msg = *it;
+    if (remove) q.messages.erase(it);
+    return true;
+  }
+  return false;
+}
+
+bool TakeTimer(MSG* msg, HWND hwnd, UINT first, UINT last, bool remove) {
+  if (!InRange(WM_TIMER, first, last)) return false;
+  ThreadUi& ui = Ui();
+  DWORD now = Now();
+  Timer* best = nullptr;
+  for (Timer& t : ui.timers) {
+    if (hwnd && t.hwnd != hwnd) continue;
+    if (static_cast<int32_t>(now - t.due) < 0) continue;
+    if (!best || static_cast<int32_t>(t.due - best->due) < 0) best = &t;
+  }
+  if (!best) return false;
+  *msg = MSG{best->hwnd, WM_TIMER, best->id, reinterpret_cast<LPARAM>(best->proc), now, ui.cursorPos};
+  if (remove) best->due = now + std::max<UINT>(best->elapse, 1);
+  return true;
+}
+
+// Milliseconds until the next timer is due (0 if one is due), -1 with no timers.
+long NextTimerIn() {
+  ThreadUi& ui = Ui();
+  if (ui.timers.empty()) return -1;
+  DWORD now = Now();
+  long best = -1;
+  for (const Timer& t : ui.timers) {
+    long d = std::max<long>(0, static_cast<int32_t>(t.due - now));
+    if (best < 0 || d < best) best = d;
+  }
+  return best;
+}
+
+void PumpSources() {
+  // Copy: a pump may add or remove sources.
+  std::vector<NativeSource> sources = Ui().sources;
+  for (auto& s : sources) s.pump();
+}
+
+// Blocks until a message may be there: a post, a native event, or the next timer.
+void WaitForInput() {
+  ThreadUi& ui = Ui();
+  if (ui.idleHook && ui.idleHook()) return;
+  long timeout = NextTimerIn();
+  if (ui.virtualClock && timeout >= 0) {
+    ui.virtualNow += static_cast<DWORD>(timeout);  // virtual time jumps to the next timer
+    return;
+  }
+  PresentAll();
+  MessageQueue& q = OwnQueue();
+  if (ui.sources.empty()) {
+    std::unique_lock<std::mutex> g(q.lock);
+    auto ready = [&] { return !q.messages.empty(); };
+    if (timeout < 0) q.wake.wait(g, ready);
+    else q.wake.wait_for(g, std::chrono::milliseconds(timeout), ready);
+    return;
+  }
+  // Presenting may have made the display read events into its own queue, which poll() cannot see.
+  PumpSources();
+  std::vector<pollfd> fds;
+  for (auto& s : ui.sources) fds.push_back(pollfd{s.fd, POLLIN, 0});
+  fds.push_back(pollfd{q.fd, POLLIN, 0});
+  {
+    std::lock_guard<std::mutex> g(q.lock);
+    if (!q.messages.empty()) return;
+  }
+  // Bounded, in case a library call between here and there buffered events unseen.
+  poll(fds.data(), fds.size(), timeout < 0 || timeout > 100 ? 100 : static_cast<int>(timeout));
+  uint64_t n;
+  if (fds.back().revents & POLLIN) (void)!read(q.fd, &n, sizeof n);
+}
+
 }  // namespace
 
-DWORD GetCurrentThreadId() { return Self().id; }
+ThreadUi& Ui() { return Self().ui; }
+DWORD Now() {
+  ThreadUi& ui = Ui();
+  return ui.virtualClock ? ui.virtualNow : RealMs();
+}
 
-HWND CreateWindowHandle() {
+Wnd* Find(HWND h) {
+  if (!h) return nullptr;
+  Registry& r = Reg();
+  std::lock_guard<std::mutex> g(r.lock);
+  auto it = r.windows.find(h);
+  return it == r.windows.end() ? nullptr : it->second.wnd.get();
+}
+
+HWND Register(std::unique_ptr<Wnd> w) {
   DWORD self = Self().id;
   OwnQueue();
   Registry& r = Reg();
   std::lock_guard<std::mutex> g(r.lock);
   HWND h = reinterpret_cast<HWND>(r.nextHandle);
   r.nextHandle += 4;
-  r.windows.emplace(h, WindowRecord{self});
+  if (w) {
+    w->h = h;
+    w->thread = self;
+  }
+  r.windows.emplace(h, WindowRecord{self, std::move(w)});
   return h;
 }
 
-BOOL DestroyWindow(HWND hwnd) {
-  DWORD self = Self().id;
+// The record lives on in the thread's graveyard until the outermost message call returns, so a
+// procedure further up the stack never holds a dangling record.
+void Unregister(HWND h) {
+  std::unique_ptr<Wnd> dead;
   std::shared_ptr<MessageQueue> q;
   {
     Registry& r = Reg();
     std::lock_guard<std::mutex> g(r.lock);
-    auto it = r.windows.find(hwnd);
-    if (it == r.windows.end() || it->second.owner != self) return FALSE;
-    r.windows.erase(it);
-    auto qi = r.queues.find(self);
+    auto it = r.windows.find(h);
+    if (it == r.windows.end()) return;
+    dead = std::move(it->second.wnd);
+    auto qi = r.queues.find(it->second.owner);
     if (qi != r.queues.end()) q = qi->second;
+    r.windows.erase(it);
   }
   if (q) {
     std::lock_guard<std::mutex> g(q->lock);
-    q->messages.erase(std::remove_if(q->messages.begin(), q->messages.end(),
-                                     [hwnd](const MSG& m) { return m.hwnd == hwnd; }),
+    q->messages.erase(std::remove_if(q->messages.begin(), q->messages.end(), [h](const MSG& m) { return m.hwnd == h; }),
                       q->messages.end());
   }
-  return TRUE;
+  if (dead) Self().ui.graveyard.push_back(std::move(dead));
+  if (Self().ui.depth == 0) Self().ui.graveyard.clear();
 }
+
+bool PostFull(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam, POINT pt) {
+  auto q = QueueOfWindow(hwnd);
+  return q && Post(q, MSG{hwnd, msg, wParam, lParam, Now(), pt});
+}
+
+void EnableQueueFd() {
+  MessageQueue& q = OwnQueue();
+  std::lock_guard<std::mutex> g(q.lock);
+  if (q.fd < 0) q.fd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+}
+int QueueFd() { return OwnQueue().fd; }
+
+}  // namespace qxui
+
+using namespace qxui;
+
+DWORD GetCurrentThreadId() { return Self().id; }
+DWORD GetTickCount() { return Now(); }
+DWORD GetMessageTime() { return Ui().msgTime; }
+DWORD GetMessagePos() { return MAKELONG(static_cast<WORD>(Ui().msgPos.x), static_cast<WORD>(Ui().msgPos.y)); }
+
+HWND CreateWindowHandle() { return Register(nullptr); }
 
 BOOL IsWindow(HWND hwnd) {
   if (!hwnd) return FALSE;
   Registry& r = Reg();
   std::lock_guard<std::mutex> g(r.lock);
-  return r.windows.count(hwnd) ? TRUE : FALSE;
+  auto it = r.windows.find(hwnd);
+  return it != r.windows.end() && !(it->second.wnd && it->second.wnd->destroying) ? TRUE : FALSE;
 }
 
 DWORD GetWindowThreadId(HWND hwnd) {
@@ -144,17 +304,10 @@ DWORD GetWindowThreadId(HWND hwnd) {
 }
 
 BOOL PostMessage(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
-  std::shared_ptr<MessageQueue> q;
-  {
-    Registry& r = Reg();
-    std::lock_guard<std::mutex> g(r.lock);
-    auto it = r.windows.find(hwnd);
-    if (it == r.windows.end()) return FALSE;
-    auto qi = r.queues.find(it->second.owner);
-    if (qi == r.queues.end()) return FALSE;
-    q = qi->second;
-  }
-  return Post(q, hwnd, msg, wParam, lParam) ? TRUE : FALSE;
+  auto q = QueueOfWindow(hwnd);
+  if (!q) return FALSE;
+  DWORD t = GetWindowThreadId(hwnd) == Self().id ? Now() : RealMs();
+  return Post(q, MSG{hwnd, msg, wParam, lParam, t, POINT{0, 0}}) ? TRUE : FALSE;
 }
 
 BOOL PostThreadMessage(DWORD threadId, UINT msg, WPARAM wParam, LPARAM lParam) {
@@ -166,44 +319,100 @@ BOOL PostThreadMessage(DWORD threadId, UINT msg, WPARAM wParam, LPARAM lParam) {
     if (qi == r.queues.end()) return FALSE;
     q = qi->second;
   }
-  return Post(q, nullptr, msg, wParam, lParam) ? TRUE : FALSE;
+  return Post(q, MSG{nullptr, msg, wParam, lParam, RealMs(), POINT{0, 0}}) ? TRUE : FALSE;
 }
 
 void PostQuitMessage(int exitCode) {
-  MessageQueue& q = OwnQueue();
-  {
-    std::lock_guard<std::mutex> g(q.lock);
-    q.messages.push_back(MSG{nullptr, WM_QUIT, static_cast<WPARAM>(exitCode), 0, NowMs(), POINT{0, 0}});
-  }
-  q.wake.notify_all();
+  OwnQueue();
+  Post(Self().queue, MSG{nullptr, WM_QUIT, static_cast<WPARAM>(exitCode), 0, Now(), POINT{0, 0}});
 }
 
 BOOL PeekMessage(MSG* msg, HWND hwnd, UINT first, UINT last, UINT removeFlags) {
   if (!msg) return FALSE;
-  MessageQueue& q = OwnQueue();
-  std::lock_guard<std::mutex> g(q.lock);
-  for (auto it = q.messages.begin(); it != q.messages.end(); ++it) {
-    if (!Matches(*it, hwnd, first, last)) continue;
-    *msg = *it;
-    if (removeFlags & PM_REMOVE) q.messages.erase(it);
-    return TRUE;
-  }
+  bool remove = removeFlags & PM_REMOVE;
+  PumpSources();
+  if (TakeQueued(msg, hwnd, first, last, remove, false)) return TRUE;
+  if (InRange(WM_PAINT, first, last) && NextPaint(msg, hwnd)) return TRUE;
+  if (TakeTimer(msg, hwnd, first, last, remove)) return TRUE;
+  PresentAll();
   return FALSE;
 }
 
 BOOL GetMessage(MSG* msg, HWND hwnd, UINT first, UINT last) {
   if (!msg) return -1;
   if (hwnd && GetWindowThreadId(hwnd) != Self().id) return -1;
-  MessageQueue& q = OwnQueue();
-  std::unique_lock<std::mutex> g(q.lock);
   for (;;) {
-    for (auto it = q.messages.begin(); it != q.messages.end(); ++it) {
-      // WM_QUIT ends the loop whatever the filter.
-      if (it->message != WM_QUIT && !Matches(*it, hwnd, first, last)) continue;
-      *msg = *it;
-      q.messages.erase(it);
-      return msg->message == WM_QUIT ? FALSE : TRUE;
-    }
-    q.wake.wait(g);
+    PumpSources();
+    if (TakeQueued(msg, hwnd, first, last, true, true)) return msg->message == WM_QUIT ? FALSE : TRUE;
+    if (InRange(WM_PAINT, first, last) && NextPaint(msg, hwnd)) return TRUE;
+    if (TakeTimer(msg, hwnd, first, last, true)) return TRUE;
+    WaitForInput();
   }
+}
+
+LRESULT SendMessage(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
+  Wnd* w = Find(hwnd);
+  if (!w || w->thread != Self().id) return 0;
+  WNDPROC proc = w->proc ? w->proc : DefWindowProc;
+  ThreadUi& ui = Ui();
+  ++ui.depth;
+  LRESULT r = proc(hwnd, msg, wParam, lParam);
+  if (--ui.depth == 0) ui.graveyard.clear();
+  return r;
+}
+
+LRESULT CallWindowProc(WNDPROC proc, HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
+  if (!proc) return 0;
+  ThreadUi& ui = Ui();
+  ++ui.depth;
+  LRESULT r = proc(hwnd, msg, wParam, lParam);
+  if (--ui.depth == 0) ui.graveyard.clear();
+  return r;
+}
+
+LRESULT DispatchMessage(const MSG* msg) {
+  if (!msg) return 0;
+  ThreadUi& ui = Ui();
+  ui.msgTime = msg->time;
+  ui.msgPos = msg->pt;
+  if (msg->message == WM_TIMER && msg->lParam) {
+    reinterpret_cast<TIMERPROC>(msg->lParam)(msg->hwnd, WM_TIMER, msg->wParam, msg->time);
+    return 0;
+  }
+  LRESULT r = SendMessage(msg->hwnd, msg->message, msg->wParam, msg->lParam);
+  // A window that does not validate what it was asked to paint is not asked again.
+  if (msg->message == WM_PAINT) ValidateRect(msg->hwnd, nullptr);
+  return r;
+}
+
+// Key-down messages carry the character they type above bit 32 of lParam, where the platform's
+// key flags end.
+BOOL TranslateMessage(const MSG* msg) {
+  if (!msg || (msg->message != WM_KEYDOWN && msg->message != WM_SYSKEYDOWN)) return FALSE;
+  uint32_t ch = static_cast<uint32_t>(static_cast<uint64_t>(msg->lParam) >> 32) & 0x1FFFFF;
+  if (!ch) return FALSE;
+  UINT charMsg = msg->message == WM_KEYDOWN ? WM_CHAR : WM_SYSCHAR;
+  return PostFull(msg->hwnd, charMsg, ch, msg->lParam & 0xFFFFFFFF, msg->pt) ? TRUE : FALSE;
+}
+
+BOOL WaitMessage() {
+  WaitForInput();
+  return TRUE;
+}
+
+int QxUi_ProcessMessages() {
+  int n = 0;
+  MSG m;
+  while (PeekMessage(&m, nullptr, 0, 0, PM_NOREMOVE)) {
+    if (m.message == WM_QUIT) break;  // left for the caller's GetMessage loop
+    PeekMessage(&m, nullptr, 0, 0, PM_REMOVE);
+    ++n;
+    HWND dlg = DialogOf(m.hwnd);
+    HWND top = dlg;
+    while (top && DialogOf(GetParent(top)) && (GetWindowLong(top, GWL_STYLE) & WS_CHILD)) top = DialogOf(GetParent(top));
+    if (top && IsDialogMessage(top, &m)) continue;
+    TranslateMessage(&m);
+    DispatchMessage(&m);
+  }
+  return n;
 }

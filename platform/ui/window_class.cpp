@@ -1,5 +1,5 @@
-// The window layer's class table: one process-wide table of (name, module, cursor) under a lock,
-// with the shared arrow cursor classes are registered with.
+// The window layer's class table: one process-wide table of registered classes under a lock,
+// with the shared system cursors classes are registered with.
 #include "platform/ui/window_class.h"
 
 #include <algorithm>
@@ -17,11 +17,14 @@ struct ClassRow {
   HINSTANCE module;
   HCURSOR cursor;
   ATOM atom;
+  WNDCLASSW wc;
 };
 
 std::mutex g_lock;
 ClassRow g_rows[kMaxClasses];
 ATOM g_nextAtom = 0xC000;  // the platform numbers registered classes from here
+
+bool IsIntResource(LPCWSTR p) { return (reinterpret_cast<uintptr_t>(p) >> 16) == 0; }
 
 char16_t Fold(char16_t c) { return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - 32) : c; }
 
@@ -42,15 +45,35 @@ ClassRow* Find(LPCWSTR name) {
 struct SystemCursor {
   int id;
 };
-SystemCursor g_arrow{32512};
+SystemCursor g_cursors[] = {{32512}, {32513}, {32644}, {32645}, {32649}};
 }  // namespace
 
 HCURSOR LoadCursorW(HINSTANCE module, LPCWSTR name) {
-  if (module == nullptr && name == IDC_ARROW) return reinterpret_cast<HCURSOR>(&g_arrow);
+  if (module != nullptr || !IsIntResource(name)) return nullptr;
+  for (SystemCursor& c : g_cursors)
+    if (reinterpret_cast<uintptr_t>(name) == static_cast<uintptr_t>(c.id)) return reinterpret_cast<HCURSOR>(&c);
   return nullptr;
 }
 
+int QxUi_CursorId(HCURSOR cursor) {
+  for (SystemCursor& c : g_cursors)
+    if (reinterpret_cast<HCURSOR>(&c) == cursor) return c.id;
+  return 0;
+}
+
 ATOM RegisterClassName(LPCWSTR name, HINSTANCE module, HCURSOR cursor) {
+  WNDCLASSW wc{};
+  wc.hInstance = module;
+  wc.hCursor = cursor;
+  wc.lpszClassName = name;
+  return RegisterClassW(&wc);
+}
+
+ATOM RegisterClassW(const WNDCLASSW* wc) {
+  if (!wc) return 0;
+  LPCWSTR name = wc->lpszClassName;
+  HINSTANCE module = wc->hInstance;
+  HCURSOR cursor = wc->hCursor;
   if (!name || !*name) return 0;
   size_t len = 0;
   while (name[len]) ++len;
@@ -64,6 +87,8 @@ ATOM RegisterClassName(LPCWSTR name, HINSTANCE module, HCURSOR cursor) {
     r.module = module;
     r.cursor = cursor;
     r.atom = g_nextAtom++;
+    r.wc = *wc;
+    r.wc.lpszClassName = r.name;
     return r.atom;
   }
   return 0;  // table full
@@ -75,6 +100,17 @@ BOOL UnregisterClassName(LPCWSTR name, HINSTANCE module) {
   ClassRow* r = Find(name);
   if (!r || r->module != module) return FALSE;
   r->used = false;
+  return TRUE;
+}
+
+BOOL UnregisterClassW(LPCWSTR name, HINSTANCE module) { return UnregisterClassName(name, module); }
+
+BOOL GetClassInfoW(HINSTANCE, LPCWSTR name, WNDCLASSW* wc) {
+  if (!name || !wc) return FALSE;
+  std::lock_guard<std::mutex> g(g_lock);
+  const ClassRow* r = Find(name);
+  if (!r) return FALSE;
+  *wc = r->wc;
   return TRUE;
 }
 

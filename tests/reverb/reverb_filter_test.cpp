@@ -5,11 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "tests/support/effect_rig.h"
 
 namespace {
+bool g_failNothrowArrays = false;
 bool Same(const ReverbParams& a, const ReverbParams& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 // source -> Reverb -> collecting sink, running, 16-bit.
@@ -18,6 +20,16 @@ struct Rig : EffectRig<CQxReverb> {
       : EffectRig(f, bufferFrames, [&](CQxReverb* e) { e->SetParams(&p); }) {}
 };
 }  // namespace
+
+// The engine takes its rings with nothrow array new; this binary can make that fail on demand.
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  if (g_failNothrowArrays) return nullptr;
+  try {
+    return ::operator new[](size);
+  } catch (...) {
+    return nullptr;
+  }
+}
 
 TEST(ReverbFilter, SettersClampMarkOnlyRealChangesAndAskForARebuildWhereRingsDependOnThem) {
   CQxReverb* f = NewEffect<CQxReverb>();
@@ -187,4 +199,23 @@ TEST(ReverbFilter, ADiscontinuityStartsTheReverbAfresh) {
   EXPECT_EQ(rig.effect->GetFormat(&w), S_OK);
   EXPECT_EQ(w.nSamplesPerSec, 8000u);
   EXPECT_EQ(w.cbSize, 0);
+}
+
+TEST(ReverbFilter, RingsThatCannotBeHadFailTheBlockUntouchedAndTheNextBlockRetries) {
+  for (WORD channels : {1, 2, 3}) {
+    SCOPED_TRACE(channels);
+    Rig rig(PlainFormat(1, channels, 16, 8000), g_ReverbPresets[0].Params);
+    std::vector<int16_t> impulse(256 * channels, 0);
+    impulse[0] = 30000;
+    rig.Push(impulse);
+    rig.sink->bytes.clear();
+    g_failNothrowArrays = true;  // the discontinuity rebuilds the rings
+    EXPECT_EQ(rig.Push(impulse, true), E_OUTOFMEMORY);
+    EXPECT_FALSE(rig.effect->ParamsValid());
+    EXPECT_TRUE(rig.sink->bytes.empty());
+    g_failNothrowArrays = false;
+    EXPECT_EQ(rig.Push(impulse, true), S_OK);
+    EXPECT_TRUE(rig.effect->ParamsValid());
+    EXPECT_EQ(rig.Out().size(), impulse.size());
+  }
 }

@@ -185,6 +185,8 @@ bool QxfxParse(int argc, char** argv, QxfxCommandLine* out, std::string* error) 
       out->man = true;
     } else if (name == "--no-progress") {
       out->progress = false;
+    } else if (name == "--keep-nonfinite") {
+      out->keepNonFinite = true;
     } else if (name == "--block-frames") {
       if (!ParseLong(value, &out->blockFrames) || out->blockFrames < 1 || out->blockFrames > 1 << 20) {
         *error = "--block-frames takes a whole number of frames from 1 to 1048576, not '" + value + "'";

@@ -73,6 +73,7 @@ struct QxfxCommandLine : QxfxEffectArgs {
   bool dither = true;                  // --no-dither turns TPDF dither off
   std::string rawInput;                // --raw-input RATE,CHANNELS,ENCODING
   std::vector<std::string> given;      // every option on the line, by its long name
+  bool keepNonFinite = false;          // --keep-nonfinite: NaN and infinity go to the effects untouched
 };
 
 // Parses argv; on a mistake returns false with a one-line message in *error.

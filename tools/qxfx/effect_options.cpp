@@ -18,6 +18,7 @@
 #include "platform/com/persist.h"
 #include "platform/registry/utf.h"
 #include "platform/com/task_mem.h"
+#include "tools/qxfx/file_checks.h"
 
 namespace {
 std::string Narrow(const WCHAR* s) { return s ? QxUtf16ToUtf8(s) : std::string(); }
@@ -79,12 +80,10 @@ std::string Json(const std::string& s) {
 }
 
 bool LoadState(IUnknown* filter, const std::string& path, std::string* error) {
-  std::ifstream f(path, std::ios::binary);
-  if (!f) {
-    *error = "cannot read the state file " + path;
-    return false;
-  }
-  std::vector<BYTE> bytes((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+  // No effect's state comes near this; anything larger is not a state file.
+  std::vector<char> text;
+  if (!QxfxReadBoundedFile(path, 1 << 16, "the state file", &text, error)) return false;
+  std::vector<BYTE> bytes(text.begin(), text.end());
   auto persist = Query<IPersistStream>(filter, IID_IPersistStream);
   if (!persist) {
     *error = "this effect keeps no state";
@@ -370,6 +369,22 @@ bool QxfxSaveState(IUnknown* filter, const std::string& path, std::string* error
   if (FAILED(persist->Save(stream.Get(), FALSE))) {
     *error = "the effect could not save its state";
     return false;
+  }
+  const std::vector<BYTE>& state = raw->Bytes();
+  switch (QxfxOutputKindOf(path, "the state file", error)) {
+    case QxfxOutputKind::Refuse: return false;
+    case QxfxOutputKind::Stream: {
+      // A device or pipe is written through, never replaced by a file.
+      const int fd = QxfxOpenStream(path, error);
+      if (fd < 0) return false;
+      const bool ok = write(fd, state.data(), state.size()) == static_cast<ssize_t>(state.size());
+      if (close(fd) != 0 || !ok) {
+        *error = "cannot write the state file " + path;
+        return false;
+      }
+      return true;
+    }
+    case QxfxOutputKind::Replace: break;
   }
   std::string tmp = path + ".qxfx-tmp";
   {

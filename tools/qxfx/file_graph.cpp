@@ -21,10 +21,13 @@
 #include "platform/com/wave_format.h"
 #include "platform/mediagraph/graph_runner.h"
 #include "platform/mediagraph/media_type.h"
+#include "tools/qxfx/file_checks.h"
 #include "tools/qxfx/temp_files.h"
 
 namespace {
 using Clock = std::chrono::steady_clock;
+// The highest rate qxfx takes: the highest any interface records at.
+constexpr int kMaxRate = 768000;
 
 bool SameFile(const std::string& a, const std::string& b) {
   struct stat sa, sb;
@@ -210,6 +213,7 @@ struct ConvertOptions {
   const QxfxTags* tags = nullptr;
   bool autoDowngrade = false;
   bool rawInput = false;   // `in` is an input in the --raw-input form
+  bool silenceNonFinite = false;  // NaN and infinity become 0
 };
 struct ConvertStats {
   int64_t clipped = 0;
@@ -220,7 +224,9 @@ struct ConvertStats {
 // and clipped rather than wrapped when float goes to whole numbers. `format` 0 is 32-bit float
 // WAV (W64 past 4 GB). Whole numbers of `wholeBits` are made here: the value at full scale,
 // with dither plus triangular noise of one step, rounded to nearest and held to the range; the
-// noise comes from a fixed seed, so a run repeats exactly.
+// noise comes from a fixed seed, so a run repeats exactly. A NaN becomes silence whenever the
+// target holds whole numbers (it would turn into a full-scale sample), and everywhere with
+// `silenceNonFinite`.
 bool Convert(const std::string& in, const std::string& out, int format, const ConvertOptions& opt,
              ConvertStats* stats, std::string* error) {
   SF_INFO info{};
@@ -260,9 +266,11 @@ bool Convert(const std::string& in, const std::string& out, int format, const Co
   };
   sf_count_t n;
   bool ok = true;
+  const bool toWhole = !IsFloat(oinfo.format);
   while ((n = sf_readf_double(src, buf.data(), 8192)) > 0) {
     const size_t count = static_cast<size_t>(n) * static_cast<size_t>(info.channels);
     for (size_t i = 0; i < count; ++i) {
+      if ((opt.silenceNonFinite && !std::isfinite(buf[i])) || (toWhole && std::isnan(buf[i]))) buf[i] = 0.0;
       const double v = buf[i] * opt.scale;
       buf[i] = v;
       const double a = std::fabs(v);
@@ -289,6 +297,30 @@ bool Convert(const std::string& in, const std::string& out, int format, const Co
   if (sf_close(dst) != 0) ok = false;
   if (!ok) *error = "cannot write the converted audio " + out + " (disk full?)";
   return ok;
+}
+
+// Samples of a float file that are NaN or infinite: how many, and where the first one is.
+struct NonFinite {
+  int64_t count = 0;
+  int64_t firstFrame = 0;
+  int firstChannel = 0;
+};
+
+NonFinite ScanNonFinite(const std::string& path) {
+  NonFinite r;
+  SF_INFO info{};
+  SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
+  if (!f) return r;
+  std::vector<double> buf(8192 * static_cast<size_t>(info.channels));
+  int64_t frame = 0;
+  for (sf_count_t n; (n = sf_readf_double(f, buf.data(), 8192)) > 0; frame += n)
+    for (sf_count_t i = 0; i < n * info.channels; ++i)
+      if (!std::isfinite(buf[static_cast<size_t>(i)]) && r.count++ == 0) {
+        r.firstFrame = frame + i / info.channels;
+        r.firstChannel = static_cast<int>(i % info.channels) + 1;
+      }
+  sf_close(f);
+  return r;
 }
 
 // The format a file was written in (RF64 may have become WAV), or `fallback`.
@@ -446,9 +478,18 @@ HRESULT RunGraph(const std::string& in, const std::string& out, int outFormat, c
       if (options.verbose) PrintGraph(stages, options, inName, outName, source->FileFormat(), outFormat);
       hr = source->Rewind();
       // Downstream first, so every pin is ready before anything upstream can deliver.
-      for (size_t i = stages.size(); SUCCEEDED(hr) && i-- > 0;) hr = stages[i]->Pause();
-      for (size_t i = stages.size(); SUCCEEDED(hr) && i-- > 0;) hr = stages[i]->Run(0);
-      if (FAILED(hr)) *error = "the graph cannot start" + QxfxDescribe(hr) + (sink->LastError().empty() ? "" : " (" + sink->LastError() + ")");
+      size_t failed = 0;
+      for (size_t i = stages.size(); SUCCEEDED(hr) && i-- > 0;) hr = stages[failed = i]->Pause();
+      for (size_t i = stages.size(); SUCCEEDED(hr) && i-- > 0;) hr = stages[failed = i]->Run(0);
+      if (FAILED(hr) && failed > 0 && failed + 1 < stages.size()) {
+        // An effect that refuses to start: name it and the audio it was given.
+        const WAVEFORMATEX* wf = source->WaveFormat();
+        const std::string name = failed - 1 < options.names.size() ? options.names[failed - 1] : "an effect";
+        *error = name + " cannot run on " + std::to_string(wf->nSamplesPerSec) + " Hz audio with " +
+                 std::to_string(wf->nChannels) + (wf->nChannels == 1 ? " channel" : " channels") + QxfxDescribe(hr);
+      } else if (FAILED(hr)) {
+        *error = "the graph cannot start" + QxfxDescribe(hr) + (sink->LastError().empty() ? "" : " (" + sink->LastError() + ")");
+      }
       ProgressBar bar(options.progress, source->TotalFrames(), static_cast<int>(source->WaveFormat()->nSamplesPerSec));
       bool done = false;
       while (SUCCEEDED(hr) && !done) {
@@ -510,16 +551,17 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     *error = "cannot read " + in + ": no such file or no permission";
     return false;
   }
+  // Standard output, a device or a pipe is written through at the end; only a regular file is
+  // replaced whole.
+  bool streamed = toStdout;
   if (!toStdout) {
     if (in == out || SameFile(in, out)) {
       *error = "the output " + out + " is the input; choose another output file";
       return false;
     }
-    struct stat st;
-    if (stat(out.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-      *error = "the output " + out + " is a directory";
-      return false;
-    }
+    const QxfxOutputKind kind = QxfxOutputKindOf(out, "the output", error);
+    if (kind == QxfxOutputKind::Refuse) return false;
+    streamed = kind == QxfxOutputKind::Stream;
   }
 
   SF_INFO info{};
@@ -531,8 +573,18 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   }
   const QxfxTags tags = TagsOf(probe);
   sf_close(probe);
+  // A header can claim anything; the effects' memory grows with the rate.
+  if (info.samplerate > kMaxRate) {
+    *error = in + " claims " + std::to_string(info.samplerate) + " Hz; qxfx takes rates up to " +
+             std::to_string(kMaxRate) + " Hz";
+    return false;
+  }
+  if (info.channels > 32) {
+    *error = in + " has " + std::to_string(info.channels) + " channels; the effects take 1 to 32";
+    return false;
+  }
   int format = 0;
-  if (!QxfxChooseFormat(options.form, toStdout ? std::string() : out, info.format, info.channels, info.samplerate,
+  if (!QxfxChooseFormat(options.form, streamed ? std::string() : out, info.format, info.channels, info.samplerate,
                         &format, error))
     return false;
   // A WAV that passes 4 GiB becomes RF64, WAV's own answer. Where the output might get there (five
@@ -556,13 +608,24 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
                            (outMajor == SF_FORMAT_WAV || outMajor == SF_FORMAT_AU || outMajor == SF_FORMAT_RAW) &&
                            fstat(1, &outStat) == 0 && !S_ISREG(outStat.st_mode);
 
-  std::string tmp = QxfxMakeTemp(toStdout ? QxfxTempDir() + "/qxfx-out-XXXXXX"
+  std::string tmp = QxfxMakeTemp(streamed ? QxfxTempDir() + "/qxfx-out-XXXXXX"
                                           : DirOf(out) + "/." + BaseOf(out) + ".qxfx-XXXXXX");
   if (tmp.empty()) {
-    *error = "cannot write in " + (toStdout ? QxfxTempDir() : DirOf(out)) + ": no such directory or no permission";
+    *error = "cannot write in " + (streamed ? QxfxTempDir() : DirOf(out)) + ": no such directory or no permission";
     return false;
   }
   temps.paths.push_back(tmp);
+  const std::string outName = toStdout ? "standard output" : out;
+  // The file being written is the output to the user: a full disk names the output, not the
+  // temporary name it has until it is whole.
+  struct NameTheOutput {
+    std::string* error;
+    const std::string& tmp;
+    const std::string& name;
+    ~NameTheOutput() {
+      for (size_t at; (at = error->find(tmp)) != std::string::npos;) error->replace(at, tmp.size(), name);
+    }
+  } naming{error, tmp, outName};
 
   // The graph writes the form its last filter delivers; the host converts afterwards when whole
   // numbers and float meet, so that levels keep their scale and loud samples clip, not wrap.
@@ -570,7 +633,6 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   auto graphFormat = [&](int fedFormat) {
     return !staged && IsFloat(fedFormat) == IsFloat(written) ? (streamedOut ? format : written) : 0;
   };
-  const std::string outName = toStdout ? "standard output" : out;
   std::string stage = tmp;
   int64_t graphIn = 0, graphFrames = 0;
   auto run = [&](int fedFormat) {
@@ -589,14 +651,39 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
                     autoDowngrade && !piped, g_raw.format && fed == inPath, piped ? 1 : -1, &graphIn, &graphFrames,
                     error);
   };
+  if (IsFloat(info.format) && !streamedIn) {
+    // One NaN would run on through every recursive effect; say so, and by default silence it.
+    const NonFinite bad = ScanNonFinite(inPath);
+    if (bad.count) {
+      char where[160];
+      std::snprintf(where, sizeof where, "the first at %.6f s (frame %lld, channel %d)",
+                    static_cast<double>(bad.firstFrame) / info.samplerate, static_cast<long long>(bad.firstFrame),
+                    bad.firstChannel);
+      if (!options.quiet)
+        std::fprintf(stderr, "qxfx: %s has %lld %s NaN or infinite, %s; %s\n", fedName.c_str(),
+                     static_cast<long long>(bad.count), bad.count == 1 ? "sample that is" : "samples that are", where,
+                     options.keepNonFinite ? "passed through as they are (--keep-nonfinite)"
+                                           : "replaced with silence (--keep-nonfinite keeps them)");
+      if (!options.keepNonFinite) {
+        std::string clean = QxfxMakeTemp(QxfxTempDir() + "/qxfx-clean-XXXXXX");
+        temps.paths.push_back(clean);
+        ConvertOptions opt;
+        opt.silenceNonFinite = true;
+        if (clean.empty() || !Convert(inPath, clean, SF_FORMAT_W64 | (info.format & SF_FORMAT_SUBMASK), opt, nullptr,
+                                      error))
+          return false;
+        fed = clean;
+      }
+    }
+  }
   // The host's conversion before the chain: the effects all take 32-bit float.
   auto toFloat = [&](double scale) {
     std::string converted = QxfxMakeTemp(QxfxTempDir() + "/qxfx-float-XXXXXX");
     temps.paths.push_back(converted);
     ConvertOptions opt;
     opt.scale = scale;
-    opt.rawInput = true;
-    if (converted.empty() || !Convert(inPath, converted, 0, opt, nullptr, error)) return false;
+    opt.rawInput = fed == inPath;
+    if (converted.empty() || !Convert(fed, converted, 0, opt, nullptr, error)) return false;
     fed = converted;
     fedName += " as 32-bit float";
     return true;
@@ -616,7 +703,11 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     error->clear();
     hr = run(SF_FORMAT_FLOAT);
   }
-  if (FAILED(hr)) return false;
+  if (FAILED(hr)) {
+    if (error->find("write error") != std::string::npos && error->find(outName) == std::string::npos)
+      *error = "cannot write " + outName + ": " + *error;
+    return false;
+  }
   if (stage != tmp) {
     if (options.verbose) std::fprintf(stderr, "qxfx: converting to %s\n", QxfxFormatName(format).c_str());
     ConvertOptions opt;
@@ -653,12 +744,15 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   result->framesOut = graphFrames;
   result->format = FormatOf(tmp, format);
   result->rate = info.samplerate;
-  if (toStdout) {
+  if (streamed) {
+    const int to = toStdout ? 1 : QxfxOpenStream(out, error);
+    if (to < 0) return false;
     int fd = open(tmp.c_str(), O_RDONLY);
-    bool ok = fd >= 0 && CopyFd(fd, 1);
+    bool ok = fd >= 0 && CopyFd(fd, to);
     if (fd >= 0) close(fd);
+    if (!toStdout && close(to) != 0) ok = false;
     if (!ok) {
-      *error = "cannot write to standard output";
+      *error = "cannot write to " + outName;
       return false;
     }
   } else {
@@ -689,9 +783,14 @@ bool QxfxReadInfo(const std::string& path, QxfxFileInfo* info, std::string* erro
   std::vector<double> buf(4096 * static_cast<size_t>(sfi.channels));
   sf_count_t n;
   double peak = 0.0;
+  int64_t nonFinite = 0;
   while ((n = sf_readf_double(f, buf.data(), 4096)) > 0)
-    for (sf_count_t i = 0; i < n * sfi.channels; ++i) peak = std::max(peak, std::fabs(buf[i]));
+    for (sf_count_t i = 0; i < n * sfi.channels; ++i) {
+      if (!std::isfinite(buf[i])) ++nonFinite;
+      else peak = std::max(peak, std::fabs(buf[i]));
+    }
   info->peak = peak;
+  info->nonFinite = nonFinite;
   sf_close(f);
   return true;
 }

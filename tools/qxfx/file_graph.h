@@ -23,6 +23,8 @@ struct QxfxRunOptions {
   bool norm = false;                // --norm: scale the result so that its peak is normDb
   double normDb = 0.0;
   bool dither = true;               // TPDF dither when the output has fewer bits than the input
+  bool quiet = false;               // --quiet: no notes on stderr
+  bool keepNonFinite = false;       // --keep-nonfinite: NaN and infinity reach the effects as they are
 };
 
 struct QxfxRunResult {
@@ -41,8 +43,9 @@ struct QxfxFileInfo {
   int channels = 0;
   int rate = 0;
   int64_t frames = 0;
-  double peak = 0.0;  // largest absolute sample, full scale 1.0
-  QxfxTags tags;      // title, artist, comment ...
+  double peak = 0.0;  // largest absolute finite sample, full scale 1.0
+  int64_t nonFinite = 0;  // samples that are NaN or infinite
+  QxfxTags tags;          // title, artist, comment ...
 };
 // The name of a text field's code: "title", "artist", "comment" ...
 const char* QxfxTagName(int kind);

@@ -91,6 +91,8 @@ const char kUsage[] =
     "  -q, --quiet               print nothing but errors\n"
     "  -v, --verbose             show the graph and the formats agreed between its filters\n"
     "  --no-progress             no progress bar (it shows only on a terminal, after 1 s)\n"
+    "  --keep-nonfinite          pass NaN and infinite input samples to the effects as they\n"
+    "                            are (by default they are reported and made silent)\n"
     "  --json                    list, presets and params as JSON\n"
     "  --version                 qxfx's version and the module it loads\n"
     "  -h, --help                this text\n"
@@ -178,11 +180,12 @@ int Info(const std::string& path) {
   QxfxFileInfo info;
   std::string error;
   if (!QxfxReadInfo(path, &info, &error)) return Fail(error);
-  std::printf("%s: %s, %d channels, %d Hz, %lld frames (%.3f s), peak %s\n", path.c_str(), info.form.c_str(),
+  std::printf("%s: %s, %d channels, %d Hz, %lld frames (%.3f s), peak %s%s\n", path.c_str(), info.form.c_str(),
               info.channels, info.rate, static_cast<long long>(info.frames),
               info.rate ? static_cast<double>(info.frames) / info.rate : 0.0,
               info.peak > 0 ? (std::to_string(20 * std::log10(info.peak)).substr(0, 6) + " dBFS").c_str()
-                            : "silent");
+                            : "silent",
+              info.nonFinite ? (", " + std::to_string(info.nonFinite) + " samples NaN or infinite").c_str() : "");
   for (const auto& [kind, text] : info.tags) std::printf("  %s: %s\n", QxfxTagName(kind), text.c_str());
   return 0;
 }
@@ -328,6 +331,8 @@ bool ProcessOne(const QxfxCommandLine& cl, const QxfxOutputForm& form, bool prog
     opt.norm = cl.norm;
     opt.normDb = cl.normDb;
     opt.dither = cl.dither;
+    opt.quiet = cl.quiet;
+    opt.keepNonFinite = cl.keepNonFinite;
     if (in == "-") opt.inName = "standard input";
     ok = QxfxRunFile(inPath, out, filters, opt, &result, error);
     if (ok && in == "-") error->clear();

@@ -11,6 +11,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "tools/qxfx/file_checks.h"
+
 namespace {
 std::string Num(double v) {
   std::ostringstream s;
@@ -192,17 +194,23 @@ ULONG CQxfxTempoContext::Release() {
   return static_cast<ULONG>(r);
 }
 
+namespace {
+// The index of the last entry whose key is not past `key` (0 when none is): a binary search, since
+// an effect asks once a chunk and a long map cuts the stream into as many chunks as it has lines.
+template <class Entries, class Key>
+size_t LastNotAfter(const Entries& v, Key key, auto field) {
+  auto at = std::upper_bound(v.begin() + 1, v.end(), key, [&](Key k, const auto& e) { return k < e.*field; });
+  return static_cast<size_t>(at - v.begin()) - 1;
+}
+}  // namespace
+
 double CQxfxTempoContext::TicksToSeconds(double ticks) const {
-  size_t i = tempi_.size();
-  while (i > 1 && tempi_[i - 1].tick > ticks) --i;
-  const Tempo& t = tempi_[i - 1];
+  const Tempo& t = tempi_[LastNotAfter(tempi_, ticks, &Tempo::tick)];
   return t.seconds + (ticks - t.tick) * 60.0 / (t.bpm100 / 100.0 * kTicksPerQuarter);
 }
 
 double CQxfxTempoContext::SecondsToTicks(double seconds) const {
-  size_t i = tempi_.size();
-  while (i > 1 && tempi_[i - 1].seconds > seconds) --i;
-  const Tempo& t = tempi_[i - 1];
+  const Tempo& t = tempi_[LastNotAfter(tempi_, seconds, &Tempo::seconds)];
   return t.tick + (seconds - t.seconds) * (t.bpm100 / 100.0 * kTicksPerQuarter) / 60.0;
 }
 
@@ -215,9 +223,7 @@ MFX_TICKS CQxfxTempoContext::MsecsToTicks(int32_t msecs) {
 }
 
 int32_t CQxfxTempoContext::GetTempoIndexForTime(MFX_TICKS ticks) {
-  int32_t i = GetTempoCount() - 1;
-  while (i > 0 && tempi_[i].tick > ticks) --i;
-  return i;
+  return static_cast<int32_t>(LastNotAfter(tempi_, ticks, &Tempo::tick));
 }
 
 HRESULT CQxfxTempoContext::GetTempoAt(int32_t index, MFX_TICKS* ticks, int32_t* bpm100) {
@@ -229,9 +235,7 @@ HRESULT CQxfxTempoContext::GetTempoAt(int32_t index, MFX_TICKS* ticks, int32_t* 
 }
 
 int32_t CQxfxTempoContext::GetMeterIndexForTime(MFX_TICKS ticks) {
-  int32_t i = GetMeterCount() - 1;
-  while (i > 0 && meters_[i].tick > ticks) --i;
-  return i;
+  return static_cast<int32_t>(LastNotAfter(meters_, ticks, &Meter::tick));
 }
 
 HRESULT CQxfxTempoContext::GetMeterAt(int32_t index, int32_t* measure, int32_t* numerator, int32_t* pow2) {
@@ -244,9 +248,7 @@ HRESULT CQxfxTempoContext::GetMeterAt(int32_t index, int32_t* measure, int32_t* 
 }
 
 MFX_TICKS CQxfxTempoContext::MeasureToTicks(int32_t measure) {
-  size_t i = meters_.size();
-  while (i > 1 && meters_[i - 1].measure > measure) --i;
-  const Meter& m = meters_[i - 1];
+  const Meter& m = meters_[LastNotAfter(meters_, measure, &Meter::measure)];
   return static_cast<MFX_TICKS>(std::llround(m.tick + (measure - m.measure) * TicksPerMeasure(m)));
 }
 
@@ -288,14 +290,10 @@ bool QxfxConnectTempo(IUnknown* filter, const QxfxTempoOptions& options, const s
     changes.push_back(c);
   }
   if (!options.mapFile.empty()) {
-    std::ifstream f(options.mapFile);
-    if (!f) {
-      *error = "cannot read the tempo map " + options.mapFile;
-      return false;
-    }
-    std::stringstream text;
-    text << f.rdbuf();
-    if (!QxfxParseTempoMap(text.str(), &changes, error)) {
+    // A map of a million lines is far longer than any piece; larger files are a mistake.
+    std::vector<char> text;
+    if (!QxfxReadBoundedFile(options.mapFile, 64 << 20, "the tempo map", &text, error)) return false;
+    if (!QxfxParseTempoMap(std::string(text.begin(), text.end()), &changes, error)) {
       *error = options.mapFile + ": " + *error;
       return false;
     }

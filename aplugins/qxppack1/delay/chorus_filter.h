@@ -3,9 +3,7 @@
 #pragma once
 #include "aplugins/qxppack1/delay/chorus_transform.h"
 #include "aplugins/qxppack1/frame/effect_filter.h"
-
-inline constexpr CLSID CLSID_QxChorus = MakeGuid("28D9F1E0-6ECC-11D0-AEBC-00A0C9053912");
-inline constexpr CLSID CLSID_QxChorusPropPage = MakeGuid("28D9F1E1-6ECC-11D0-AEBC-00A0C9053912");
+#include "aplugins/qxppack1/module/module_api.h"
 
 class CQxChorus final : public CQxEffectFilter, public CQxChorusTransform {
  public:

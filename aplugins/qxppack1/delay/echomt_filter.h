@@ -3,9 +3,7 @@
 #pragma once
 #include "aplugins/qxppack1/delay/echomt_transform.h"
 #include "aplugins/qxppack1/frame/effect_filter.h"
-
-inline constexpr CLSID CLSID_QxEchomt = MakeGuid("7298A3E0-78EE-11D0-AEBC-00A0C9053912");
-inline constexpr CLSID CLSID_QxEchomtPropPage = MakeGuid("7298A3E1-78EE-11D0-AEBC-00A0C9053912");
+#include "aplugins/qxppack1/module/module_api.h"
 
 class CQxEchomt final : public CQxEffectFilter, public CQxEchomtTransform {
  public:

@@ -2,9 +2,7 @@
 #pragma once
 #include "aplugins/qxppack1/delay/echos_transform.h"
 #include "aplugins/qxppack1/frame/effect_filter.h"
-
-inline constexpr CLSID CLSID_QxEchos = MakeGuid("54F29260-79B1-11D0-AEBC-00A0C9053912");
-inline constexpr CLSID CLSID_QxEchosPropPage = MakeGuid("54F29261-79B1-11D0-AEBC-00A0C9053912");
+#include "aplugins/qxppack1/module/module_api.h"
 
 class CQxEchos final : public CQxEffectFilter, public CQxEchosTransform {
  public:

@@ -18,32 +18,21 @@ CUnknown* NotBuilt(LPUNKNOWN, HRESULT* hr) {
   if (hr) *hr = E_NOTIMPL;
   return nullptr;
 }
-
-constexpr CLSID kTime = MakeGuid("B97C0F22-196D-11D1-B99B-00A0C9053912");
-constexpr CLSID kTimePage = MakeGuid("5FF5B4A1-858F-11D0-AEBC-00A0C9053912");
-constexpr CLSID kPitchs = MakeGuid("ED1B4100-93BE-11D0-AEBC-00A0C9053912");
-constexpr CLSID kPitchsPage = MakeGuid("ED1B4101-93BE-11D0-AEBC-00A0C9053912");
-constexpr CLSID kEchomt = MakeGuid("7298A3E0-78EE-11D0-AEBC-00A0C9053912");
-constexpr CLSID kEchomtPage = MakeGuid("7298A3E1-78EE-11D0-AEBC-00A0C9053912");
-constexpr CLSID kReverb = MakeGuid("607682E0-6E21-11D0-AEBC-00A0C9053912");
-constexpr CLSID kReverbPage = MakeGuid("607682E1-6E21-11D0-AEBC-00A0C9053912");
-constexpr CLSID kChorus = MakeGuid("28D9F1E0-6ECC-11D0-AEBC-00A0C9053912");
-constexpr CLSID kChorusPage = MakeGuid("28D9F1E1-6ECC-11D0-AEBC-00A0C9053912");
 }  // namespace
 
 const CFactoryTemplate g_Templates[] = {
-    {u"Time Stretch", &kTime, CQxTime::CreateInstance, nullptr, &g_QxTimeSetup},
-    {u"QxTime Property Page", &kTimePage, NotBuilt, nullptr, nullptr},
-    {u"Pitch Shift", &kPitchs, CQxPitchs::CreateInstance, nullptr, &g_QxPitchsSetup},
-    {u"QxPitchs Property Page", &kPitchsPage, NotBuilt, nullptr, nullptr},
+    {u"Time Stretch", &CLSID_QxTime, CQxTime::CreateInstance, nullptr, &g_QxTimeSetup},
+    {u"QxTime Property Page", &CLSID_QxTimePropPage, NotBuilt, nullptr, nullptr},
+    {u"Pitch Shift", &CLSID_QxPitchs, CQxPitchs::CreateInstance, nullptr, &g_QxPitchsSetup},
+    {u"QxPitchs Property Page", &CLSID_QxPitchsPropPage, NotBuilt, nullptr, nullptr},
     {u"Simple Delay", &CLSID_QxEchos, CQxEchos::CreateInstance, nullptr, &g_QxEchosSetup},
     {u"QxEchos Property Page", &CLSID_QxEchosPropPage, NotBuilt, nullptr, nullptr},
-    {u"Multi-Tap Delay", &kEchomt, CQxEchomt::CreateInstance, nullptr, &g_QxEchomtSetup},
-    {u"QxEchomt Property Page", &kEchomtPage, NotBuilt, nullptr, nullptr},
-    {u"Reverb", &kReverb, CQxReverb::CreateInstance, nullptr, &g_QxReverbSetup},
-    {u"QxReverb Property Page", &kReverbPage, NotBuilt, nullptr, nullptr},
-    {u"Chorus", &kChorus, CQxChorus::CreateInstance, nullptr, &g_QxChorusSetup},
-    {u"QxChorus Property Page", &kChorusPage, NotBuilt, nullptr, nullptr},
+    {u"Multi-Tap Delay", &CLSID_QxEchomt, CQxEchomt::CreateInstance, nullptr, &g_QxEchomtSetup},
+    {u"QxEchomt Property Page", &CLSID_QxEchomtPropPage, NotBuilt, nullptr, nullptr},
+    {u"Reverb", &CLSID_QxReverb, CQxReverb::CreateInstance, nullptr, &g_QxReverbSetup},
+    {u"QxReverb Property Page", &CLSID_QxReverbPropPage, NotBuilt, nullptr, nullptr},
+    {u"Chorus", &CLSID_QxChorus, CQxChorus::CreateInstance, nullptr, &g_QxChorusSetup},
+    {u"QxChorus Property Page", &CLSID_QxChorusPropPage, NotBuilt, nullptr, nullptr},
 };
 const int g_cTemplates = sizeof g_Templates / sizeof g_Templates[0];
 

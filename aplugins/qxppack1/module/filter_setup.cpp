@@ -3,6 +3,7 @@
 #include "aplugins/qxppack1/module/filter_setup.h"
 
 #include "aplugins/qxppack1/module/class_table.h"
+#include "aplugins/qxppack1/module/module_api.h"
 
 namespace {
 // Every filter takes and gives audio of any subtype on "Input" and "Output", each pin naming the
@@ -12,13 +13,6 @@ constexpr AMOVIESETUP_PIN kPins[2] = {
     {u"Input", FALSE, FALSE, FALSE, FALSE, &GUID_NULL, u"Output", 1, &kAudioAnySubtype},
     {u"Output", FALSE, TRUE, FALSE, FALSE, &GUID_NULL, u"Input", 1, &kAudioAnySubtype},
 };
-
-constexpr CLSID kTime = MakeGuid("B97C0F22-196D-11D1-B99B-00A0C9053912");
-constexpr CLSID kPitchs = MakeGuid("ED1B4100-93BE-11D0-AEBC-00A0C9053912");
-constexpr CLSID kEchos = MakeGuid("54F29260-79B1-11D0-AEBC-00A0C9053912");
-constexpr CLSID kEchomt = MakeGuid("7298A3E0-78EE-11D0-AEBC-00A0C9053912");
-constexpr CLSID kReverb = MakeGuid("607682E0-6E21-11D0-AEBC-00A0C9053912");
-constexpr CLSID kChorus = MakeGuid("28D9F1E0-6ECC-11D0-AEBC-00A0C9053912");
 
 // The class table row of an effect's filter (its page is the next row).
 constexpr int kFilterRow[QX_EFFECT_TABLES] = {0, 2, 4, 6, 8, 10};
@@ -46,12 +40,12 @@ struct Tables {
 const Tables kTables;
 }  // namespace
 
-const AMOVIESETUP_FILTER g_QxTimeSetup = {&kTime, u"LUMEA Time Stretch", MERIT_DO_NOT_USE, 2, kPins};
-const AMOVIESETUP_FILTER g_QxPitchsSetup = {&kPitchs, u"LUMEA Pitch Shift", MERIT_DO_NOT_USE, 2, kPins};
-const AMOVIESETUP_FILTER g_QxEchosSetup = {&kEchos, u"LUMEA Simple Delay", MERIT_DO_NOT_USE, 2, kPins};
-const AMOVIESETUP_FILTER g_QxEchomtSetup = {&kEchomt, u"LUMEA Multi-Tap Delay", MERIT_DO_NOT_USE, 2, kPins};
-const AMOVIESETUP_FILTER g_QxReverbSetup = {&kReverb, u"LUMEA Reverb", MERIT_DO_NOT_USE, 2, kPins};
-const AMOVIESETUP_FILTER g_QxChorusSetup = {&kChorus, u"LUMEA Chorus", MERIT_DO_NOT_USE, 2, kPins};
+const AMOVIESETUP_FILTER g_QxTimeSetup = {&CLSID_QxTime, u"LUMEA Time Stretch", MERIT_DO_NOT_USE, 2, kPins};
+const AMOVIESETUP_FILTER g_QxPitchsSetup = {&CLSID_QxPitchs, u"LUMEA Pitch Shift", MERIT_DO_NOT_USE, 2, kPins};
+const AMOVIESETUP_FILTER g_QxEchosSetup = {&CLSID_QxEchos, u"LUMEA Simple Delay", MERIT_DO_NOT_USE, 2, kPins};
+const AMOVIESETUP_FILTER g_QxEchomtSetup = {&CLSID_QxEchomt, u"LUMEA Multi-Tap Delay", MERIT_DO_NOT_USE, 2, kPins};
+const AMOVIESETUP_FILTER g_QxReverbSetup = {&CLSID_QxReverb, u"LUMEA Reverb", MERIT_DO_NOT_USE, 2, kPins};
+const AMOVIESETUP_FILTER g_QxChorusSetup = {&CLSID_QxChorus, u"LUMEA Chorus", MERIT_DO_NOT_USE, 2, kPins};
 
 const QxEffectClassTable g_QxEffectTables[QX_EFFECT_TABLES] = {
     {kTables.rows[0], 2}, {kTables.rows[1], 2}, {kTables.rows[2], 2},

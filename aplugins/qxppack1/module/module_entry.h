@@ -1,6 +1,7 @@
 // The module's entry points beyond the class table: DllMain's load and unload orders, component
 // registration, and the module-wide state they leave for the classes.
 #pragma once
+#include "aplugins/qxppack1/module/module_api.h"
 #include "kernel/services/qx_resources.h"
 #include "platform/com/class_factory.h"
 
@@ -21,14 +22,6 @@ enum class QxModuleStart {
   Started,
   Failed,     // the kernel did not start: no class is made
 };
-
-extern "C" {
-// Process attach: kernel, control classes; FALSE only when the kernel fails to start. Process
-// detach: control classes, kernel. Thread attach and detach do nothing here.
-BOOL DllMain(HMODULE module, DWORD reason, void* reserved);
-HRESULT DllRegisterServer();
-HRESULT DllUnregisterServer();
-}
 
 QxModuleStart QxModule_StartState();
 // The handle DllMain was given at attach (null before and after).

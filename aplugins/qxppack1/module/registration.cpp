@@ -56,6 +56,15 @@ HRESULT ModulePath(std::u16string* path) {
   return QxUtf8ToUtf16(p, *path) ? S_OK : E_UNEXPECTED;
 }
 
+// Registration and unregistration are each one change to other processes: two at once would
+// otherwise delete keys under each other.
+struct RegistryBatch {
+  LONG error = QxRegistry_BeginBatch();
+  ~RegistryBatch() {
+    if (!error) QxRegistry_EndBatch();
+  }
+};
+
 HRESULT OpenMapper(IFilterMapper2** mapper) {
   HRESULT hr = QxCreateFilterMapper(IID_IFilterMapper2, reinterpret_cast<void**>(mapper));
   if (SUCCEEDED(hr)) return hr;
@@ -71,6 +80,8 @@ extern "C" HRESULT DllRegisterServer() {
   if (QxModule_StartState() == QxModuleStart::Failed) return QXPPACK1_E_NOT_STARTED;
   std::u16string path;
   if (HRESULT hr = ModulePath(&path); FAILED(hr)) return hr;
+  RegistryBatch batch;
+  if (batch.error) return Hr(batch.error);
 
   for (int i = 0; i < g_cTemplates; ++i)
     if (HRESULT hr = RegisterClassKey(g_Templates[i], path); FAILED(hr)) return hr;
@@ -105,6 +116,8 @@ extern "C" HRESULT DllRegisterServer() {
 extern "C" HRESULT DllUnregisterServer() {
   if (QxModule_StartState() == QxModuleStart::Failed) return QXPPACK1_E_NOT_STARTED;
 
+  RegistryBatch batch;
+  if (batch.error) return Hr(batch.error);
   // A throw-away key proves the classes root is writable before anything is removed.
   const WCHAR* probe = u"CLSID\\{7831F5CD-1B4A-4c28-B24D-D93FA7C0305A}";
   HKEY key = nullptr;

@@ -2,10 +2,8 @@
 // place, feeds the resampler (and the splice engine), draws output samples and stamps them itself.
 #pragma once
 #include "aplugins/qxppack1/frame/copy_filter.h"
+#include "aplugins/qxppack1/module/module_api.h"
 #include "aplugins/qxppack1/pitchtime/pitchs_transform.h"
-
-inline constexpr CLSID CLSID_QxPitchs = MakeGuid("ED1B4100-93BE-11D0-AEBC-00A0C9053912");
-inline constexpr CLSID CLSID_QxPitchsPropPage = MakeGuid("ED1B4101-93BE-11D0-AEBC-00A0C9053912");
 
 class CQxPitchs;
 

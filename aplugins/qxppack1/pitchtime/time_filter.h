@@ -2,10 +2,8 @@
 // draws as many output samples as the stretched audio needs and stamps them itself.
 #pragma once
 #include "aplugins/qxppack1/frame/copy_filter.h"
+#include "aplugins/qxppack1/module/module_api.h"
 #include "aplugins/qxppack1/pitchtime/time_transform.h"
-
-inline constexpr CLSID CLSID_QxTime = MakeGuid("B97C0F22-196D-11D1-B99B-00A0C9053912");
-inline constexpr CLSID CLSID_QxTimePropPage = MakeGuid("5FF5B4A1-858F-11D0-AEBC-00A0C9053912");
 
 class CQxTime;
 

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <type_traits>
 
 #include "aplugins/qxppack1/frame/sample_form.h"
@@ -29,7 +30,8 @@ inline double Flush(double x) {
   return ((bits >> 52) & 0x7FF) < 0x3DF ? 0.0 : x;
 }
 
-double* NewRing(size_t samples) { return static_cast<double*>(std::calloc(samples, sizeof(double))); }
+// Zero-filled; null when the memory cannot be had.
+double* NewRing(size_t samples) { return new (std::nothrow) double[samples](); }
 
 // A comb's working copy for the length of one block.
 struct CombRun {
@@ -123,12 +125,12 @@ CQxReverbEngine::~CQxReverbEngine() { FreeMemory(); }
 void CQxReverbEngine::FreeMemory() {
   for (ReverbChannel& ch : channels_) {
     for (CombLine& c : ch.comb) {
-      std::free(c.base);
+      delete[] c.base;
       c.base = c.cursor = c.end = nullptr;
     }
-    std::free(ch.preDelay.base);
+    delete[] ch.preDelay.base;
     ch.preDelay.base = ch.preDelay.cursor = ch.preDelay.end = nullptr;
-    std::free(ch.early.base);
+    delete[] ch.early.base;
     ch.early.base = ch.early.tap0 = ch.early.tap1 = ch.early.writer = ch.early.end = nullptr;
   }
   builtChannels_ = 0;
@@ -233,7 +235,12 @@ HRESULT CQxReverbEngine::UpdateParameters(const ReverbParams& p, int mode) {
 
   // Rings laid out for another channel count cannot be run: that also needs a rebuild.
   if (NeedsRebuild() || channels != builtChannels_) {
-    Rebuild(p, row, style, channels, fs, resetHigh, resetBass);
+    if (!Rebuild(p, row, style, channels, fs, resetHigh, resetBass)) {
+      // Nothing is left half built; the rebuild stays due, so the next block tries again.
+      FreeMemory();
+      applied_ = false;
+      return E_OUTOFMEMORY;
+    }
     SetNeedsRebuild(false);
     applied_ = true;
     return S_OK;
@@ -249,7 +256,7 @@ HRESULT CQxReverbEngine::UpdateParameters(const ReverbParams& p, int mode) {
   return S_OK;
 }
 
-void CQxReverbEngine::Rebuild(const ReverbParams& p, const ReverbModeRow& row, const ReflectionRow& style,
+bool CQxReverbEngine::Rebuild(const ReverbParams& p, const ReverbModeRow& row, const ReflectionRow& style,
                               uint32_t channels, double fs, bool resetHigh, bool resetBass) {
   SetOutputGains(p);
   FreeMemory();
@@ -258,11 +265,12 @@ void CQxReverbEngine::Rebuild(const ReverbParams& p, const ReverbModeRow& row, c
   SetTail(p, fs);
   TuneCombs(row, p.decayTenths / 10.0, channels, fs);
 
-  // Allocations here are not checked: a rebuild has no way to report exhausted memory.
-  auto allocate = [](CombLine& c) {
+  bool ok = true;
+  auto allocate = [&ok](CombLine& c) {
     const size_t n = std::max<size_t>(1, static_cast<size_t>(c.lengthSamples));
     c.base = c.cursor = NewRing(n);
-    c.end = c.base + n;
+    c.end = c.base ? c.base + n : nullptr;
+    ok = ok && c.base;
     c.state = 0.0;
   };
   for (int k = 0; k < combCount_; ++k) allocate(channels_[0].comb[k]);
@@ -273,12 +281,14 @@ void CQxReverbEngine::Rebuild(const ReverbParams& p, const ReverbModeRow& row, c
     for (uint32_t c = 1; c < channels; ++c)
       for (int k = 0; k < combCount_; ++k) allocate(channels_[c].comb[k]);
   }
+  if (!ok) return false;
 
   // Pre-delay of L samples delays the reverb by L - 1.
   const size_t L = std::max<int64_t>(1, static_cast<int64_t>(std::trunc(p.preDelayMs * (fs / 1000.0))));
   for (uint32_t c = 0; c < channels; ++c) {
     auto& r = channels_[c].preDelay;
     r.base = r.cursor = NewRing(L);
+    if (!r.base) return false;
     r.end = r.base + L;
   }
 
@@ -307,6 +317,7 @@ void CQxReverbEngine::Rebuild(const ReverbParams& p, const ReverbModeRow& row, c
   for (uint32_t c = 0; c < channels; ++c) {
     auto& e = channels_[c].early;
     e.base = e.writer = NewRing(N);
+    if (!e.base) return false;
     e.end = e.base + N;
     e.tap0 = at(e.base, taps[0]);
     e.tap1 = at(e.base, taps[1]);
@@ -318,6 +329,7 @@ void CQxReverbEngine::Rebuild(const ReverbParams& p, const ReverbModeRow& row, c
     for (uint32_t c = 1; c < channels; ++c) channels_[c].inState = 0.0;  // channel 0 keeps its state
   DesignOnePole(p, fs);
   if (p.bassOn) DesignBass(p, channels, fs, resetBass);
+  return true;
 }
 
 template <class Form>

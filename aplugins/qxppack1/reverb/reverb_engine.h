@@ -141,7 +141,8 @@ class CQxReverbEngine {
   template <class Form, bool Bass>
   void RunChannel(ReverbChannel& ch, typename Form::Sample* buf, uint32_t stride, uint32_t count);
 
-  void Rebuild(const ReverbParams& p, const ReverbModeRow& row, const ReflectionRow& style,
+  // False when delay memory cannot be had.
+  bool Rebuild(const ReverbParams& p, const ReverbModeRow& row, const ReflectionRow& style,
                uint32_t channels, double fs, bool resetHigh, bool resetBass);
   void SetOutputGains(const ReverbParams& p);
   void SetTail(const ReverbParams& p, double fs);

@@ -1,0 +1,25 @@
+# Turns a list of exported names (see aplugins/qxppack1/module/exports.list) into a linker version
+# script. A C++ function is matched by its mangled prefix "_Z<length><name>", which takes every
+# overload and no longer name; "class NAME" takes the members, "_ZN<length><name>" and the const
+# ones "_ZNK<length><name>".
+function(qx_version_script list_file out_file)
+  file(STRINGS ${list_file} lines)
+  set(globals "")
+  foreach(line ${lines})
+    string(STRIP "${line}" line)
+    if(line STREQUAL "" OR line MATCHES "^#")
+      continue()
+    endif()
+    if(line MATCHES "^class[ \t]+([A-Za-z_][A-Za-z0-9_]*)$")
+      string(LENGTH "${CMAKE_MATCH_1}" n)
+      string(APPEND globals "    _ZN${n}${CMAKE_MATCH_1}*;\n    _ZNK${n}${CMAKE_MATCH_1}*;\n")
+    elseif(line MATCHES "^[A-Za-z_][A-Za-z0-9_]*$")
+      string(LENGTH "${line}" n)
+      string(APPEND globals "    ${line};\n    _Z${n}${line}*;\n")
+    else()
+      message(FATAL_ERROR "${list_file}: not a name: ${line}")
+    endif()
+  endforeach()
+  file(CONFIGURE OUTPUT ${out_file} CONTENT "{\n  global:\n${globals}  local: *;\n};\n")
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list_file})
+endfunction()
