@@ -22,7 +22,7 @@ CMAKE_FLAGS ?=
 # Where `make install` puts the module, its headers, pkg-config file and tools.
 PREFIX ?= /usr/local
 
-.PHONY: all deps build demo test test-san test-tsan fuzz fuzz-build fuzz-replay bench install clean
+.PHONY: all deps build qxfx demo test test-san test-tsan fuzz fuzz-build fuzz-replay bench install clean
 
 all: build
 
@@ -39,6 +39,11 @@ deps:
 build: deps
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS) >/dev/null
 	cmake --build $(BUILD) -j $(JOBS)
+
+# The command-line tool and the module it loads, alone: no tests, no benchmarks.
+qxfx: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS) >/dev/null
+	cmake --build $(BUILD) -j $(JOBS) --target qxfx qxfx_man
 
 demo: build
 	./tools/qxfx/demo.sh $(BUILD)

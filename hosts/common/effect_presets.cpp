@@ -38,12 +38,21 @@ std::vector<std::string> QxPresetNames(IUnknown* effect) {
   return names;
 }
 
-long QxFindPreset(const std::vector<std::string>& names, const std::string& which) {
+long QxFindPreset(const std::vector<std::string>& names, const std::string& which, std::vector<long>* ambiguous) {
+  if (ambiguous) ambiguous->clear();
   char* end = nullptr;
   const long n = std::strtol(which.c_str(), &end, 10);
   if (!which.empty() && *end == 0) return n >= 0 && n < static_cast<long>(names.size()) ? n : -1;
-  for (size_t i = 0; i < names.size(); ++i)
-    if (Folded(names[i]) == Folded(which)) return static_cast<long>(i);
+  // The name whole first: rows 0 and 1 often begin alike.
+  const std::string want = Folded(which);
+  std::vector<long> starts;
+  for (size_t i = 0; i < names.size(); ++i) {
+    const std::string name = Folded(names[i]);
+    if (name == want) return static_cast<long>(i);
+    if (!want.empty() && name.rfind(want, 0) == 0) starts.push_back(static_cast<long>(i));
+  }
+  if (starts.size() == 1) return starts[0];
+  if (ambiguous && starts.size() > 1) *ambiguous = starts;
   return -1;
 }
 

@@ -9,7 +9,9 @@
 // preset interface).
 std::vector<std::string> QxPresetNames(IUnknown* effect);
 // The row `which` names: a whole number is an index, anything else a name (case and surrounding
-// blanks aside). -1 when there is no such row.
-long QxFindPreset(const std::vector<std::string>& names, const std::string& which);
+// blanks aside), or the beginning of exactly one name. -1 when there is no such row; when the
+// beginning fits several names, also -1, with their rows in *ambiguous.
+long QxFindPreset(const std::vector<std::string>& names, const std::string& which,
+                  std::vector<long>* ambiguous = nullptr);
 // Loads row `index` through the preset interface.
 HRESULT QxLoadPreset(IUnknown* effect, long index);

@@ -4,6 +4,12 @@
 
 #include <sndfile.h>
 
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <memory>
 #include <new>
 
 #include "platform/mediagraph/wav_forms.h"
@@ -60,6 +66,67 @@ HRESULT CWavSink::Stop() {
   return hr;
 }
 
+// A pipe seen by libsndfile as a file it may seek in: writes go out in order, and what libsndfile
+// writes again behind the end (the header's sizes, at close) is dropped. The first header's sizes
+// become "unknown", which is how a WAV stream says it has no end yet.
+struct CWavSinkPipe {
+  int fd;
+  int64_t* written;
+  sf_count_t at = 0;
+};
+namespace {
+using PipeWriter = CWavSinkPipe;
+sf_count_t PipeLength(void* user) { return *static_cast<PipeWriter*>(user)->written; }
+sf_count_t PipeSeek(sf_count_t offset, int whence, void* user) {
+  auto* p = static_cast<PipeWriter*>(user);
+  p->at = whence == SEEK_SET ? offset : whence == SEEK_CUR ? p->at + offset : *p->written + offset;
+  return p->at;
+}
+sf_count_t PipeRead(void*, sf_count_t, void*) { return 0; }
+sf_count_t PipeTell(void* user) { return static_cast<PipeWriter*>(user)->at; }
+sf_count_t PipeWrite(const void* data, sf_count_t count, void* user) {
+  auto* p = static_cast<PipeWriter*>(user);
+  const auto* bytes = static_cast<const unsigned char*>(data);
+  std::vector<unsigned char> head;
+  if (p->at < *p->written) {  // behind the end: only what reaches past it goes out
+    const sf_count_t skip = std::min(count, *p->written - p->at);
+    p->at += skip;
+    bytes += skip;
+    count -= skip;
+    if (count == 0) return skip;
+  }
+  if (p->at == 0 && count >= 12 && std::memcmp(bytes, "RIFF", 4) == 0) {
+    head.assign(bytes, bytes + count);
+    std::memset(&head[4], 0xFF, 4);
+    for (size_t i = 12; i + 8 <= head.size(); i += 1)
+      if (std::memcmp(&head[i], "data", 4) == 0) {
+        std::memset(&head[i + 4], 0xFF, 4);
+        break;
+      }
+    bytes = head.data();
+  }
+  for (sf_count_t left = count; left > 0;) {
+    const ssize_t n = ::write(p->fd, bytes + (count - left), static_cast<size_t>(left));
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return count - left;
+    left -= n;
+  }
+  p->at += count;
+  *p->written = std::max(*p->written, p->at);
+  return count;
+}
+}  // namespace
+
+void* CWavSink::OpenPipe(void* sfInfo) {
+  auto* info = static_cast<SF_INFO*>(sfInfo);
+  const int major = info->format & SF_FORMAT_TYPEMASK;
+  if (major == SF_FORMAT_AU || major == SF_FORMAT_RAW) return sf_open_fd(m_pipe, SFM_WRITE, info, SF_FALSE);
+  static SF_VIRTUAL_IO io = {PipeLength, PipeSeek, PipeRead, PipeWrite, PipeTell};
+  m_pipeWriter = std::make_unique<CWavSinkPipe>(CWavSinkPipe{m_pipe, &m_pipeWritten});
+  m_pipeWritten = 0;
+  return sf_open_virtual(&io, SFM_WRITE, info, m_pipeWriter.get());
+}
+
 HRESULT CWavSink::OpenFile() {
   CloseFile();
   if (m_path.empty()) return Fail(E_UNEXPECTED, "the sink has no output file");
@@ -78,8 +145,12 @@ HRESULT CWavSink::OpenFile() {
   info.channels = channels;
   info.format = major | sub;
   if (!sf_format_check(&info)) return Fail(E_INVALIDARG, "libsndfile cannot write that format to \"" + m_path + "\"");
-  SNDFILE* f = sf_open(m_path.c_str(), SFM_WRITE, &info);
+  SNDFILE* f = m_pipe >= 0 ? static_cast<SNDFILE*>(OpenPipe(&info)) : sf_open(m_path.c_str(), SFM_WRITE, &info);
   if (!f) return Fail(STG_E_WRITEFAULT, "cannot create \"" + m_path + "\": " + sf_strerror(nullptr));
+  if (m_autoDowngrade && major == SF_FORMAT_RF64) sf_command(f, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
+  // A stream of unknown length keeps no text chunk: it would follow the audio and be read as audio.
+  if (m_pipe < 0)
+    for (const auto& [kind, text] : m_strings) sf_set_string(f, kind, text.c_str());
   m_file = f;
   m_form = static_cast<int>(form);
   m_channels = channels;

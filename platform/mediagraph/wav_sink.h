@@ -1,7 +1,10 @@
 // CWavSink: a sink filter that writes every delivered frame, in order, to an audio file through
 // libsndfile, in the form of its connection (or a form the host asks for), counting frames.
 #pragma once
+#include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/mediagraph/endpoints.h"
@@ -19,6 +22,13 @@ class CWavSink : public CSinkFilter {
   // connection; a major type alone takes the connection's encoding; an encoding of its own is
   // used as given (24-bit PCM is written from the top 24 bits of the 32-bit samples).
   HRESULT SetOutput(const std::string& path, int sfFormat = 0);
+  // Text fields written into the file (libsndfile's SF_STR_ codes: title, artist, comment ...).
+  void SetStrings(std::vector<std::pair<int, std::string>> strings) { m_strings = std::move(strings); }
+  // Writes to an open descriptor that cannot seek (a pipe) instead of a path: AU as libsndfile
+  // writes it to pipes, WAV with the "length unknown" sizes that streaming readers take.
+  void SetOutputPipe(int fd) { m_pipe = fd; }
+  // An RF64 file that stays below 4 GiB is written as plain WAV.
+  void SetRf64AutoDowngrade(bool on) { m_autoDowngrade = on; }
 
   // The file is created when the filter leaves Stopped and closed when it stops again.
   HRESULT Pause() override;
@@ -40,6 +50,12 @@ class CWavSink : public CSinkFilter {
 
   std::string m_path;
   int m_requestedFormat = 0;
+  std::vector<std::pair<int, std::string>> m_strings;
+  bool m_autoDowngrade = false;
+  void* OpenPipe(void* sfInfo);  // SNDFILE* for an SF_INFO*
+  int m_pipe = -1;
+  std::unique_ptr<struct CWavSinkPipe> m_pipeWriter;
+  int64_t m_pipeWritten = 0;  // bytes sent down the pipe
   void* m_file = nullptr;  // SNDFILE*
   int m_form = 0;
   WORD m_channels = 0;

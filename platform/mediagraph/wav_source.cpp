@@ -74,6 +74,11 @@ HRESULT CWavSource::Open(const std::string& path) {
   if (m_Pin.IsConnected()) return Fail(VFW_E_ALREADY_CONNECTED, "the source is connected; open the file first");
   Close();
   SF_INFO info{};
+  if (m_rawFormat) {
+    info.format = m_rawFormat;
+    info.samplerate = m_rawRate;
+    info.channels = m_rawChannels;
+  }
   SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
   if (!f) return Fail(STG_E_READFAULT, "cannot open \"" + path + "\": " + sf_strerror(nullptr));
   WavForm form = WavFormOfFile(info.format);
@@ -148,6 +153,8 @@ HRESULT CWavSource::Rewind() {
     return S_OK;
   }
   if (!m_file) return Fail(E_UNEXPECTED, "no file is open");
+  // A stream that has not moved needs no seek, so a pipe can be played once.
+  if (m_position == 0 && sf_seek(File(m_file), 0, SEEK_CUR) <= 0) return S_OK;
   if (sf_seek(File(m_file), 0, SEEK_SET) < 0) return Fail(STG_E_READFAULT, "cannot seek to the start");
   m_position = 0;
   return S_OK;

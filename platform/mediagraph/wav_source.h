@@ -40,6 +40,13 @@ class CWavSource : public CBaseFilter {
 
   // Opens the file and fixes the media type; only while unconnected.
   HRESULT Open(const std::string& path);
+  // Files without a header: the libsndfile format (SF_FORMAT_RAW | an encoding), rate and channel
+  // count that the next Open reads them in; format 0 again for files with a header.
+  void SetRawForm(int sfFormat, int rate, int channels) {
+    m_rawFormat = sfFormat;
+    m_rawRate = rate;
+    m_rawChannels = channels;
+  }
   void Close();
   // Memory instead of a file: samples of `form` (a WavForm), nothing to read until Feed.
   HRESULT OpenMemory(int form, WORD channels, DWORD rate);
@@ -80,6 +87,7 @@ class CWavSource : public CBaseFilter {
   int m_fileFormat = 0;
   int m_readKind = 0;      // which libsndfile read call fills a block
   LONGLONG m_totalFrames = 0;
+  int m_rawFormat = 0, m_rawRate = 0, m_rawChannels = 0;
   LONGLONG m_position = 0;
   LONG m_framesPerBlock = 1024;
   std::vector<short> m_shortScratch;  // 8-bit files are read as 16-bit and narrowed

@@ -32,17 +32,17 @@ bool ParseNumber(const std::string& s, double* v) {
 
 bool TakesValue(const std::string& name) {
   static const char* const kValued[] = {"--block-frames", "--jobs",      "--out-dir",    "--output-format",
-                                        "--preset",       "--set",       "--automate",   "--load-state",
+                                        "--preset",       "--set",       "--param",     "--automate",   "--load-state",
                                         "--save-state",   "--lang",      "--tempo",      "--meter",
                                         "--tempo-map",    "--percent",   "--tempo-from", "--tempo-to",
-                                        "--semitones",    "--cents",     "-j"};
+                                        "--semitones",    "--cents",     "--gain",       "--raw-input",  "-j"};
   for (const char* v : kValued)
     if (name == v) return true;
   return false;
 }
 
 bool IsEffectOption(const std::string& name) {
-  static const char* const kEffect[] = {"--preset", "--set",   "--automate",  "--load-state", "--save-state",
+  static const char* const kEffect[] = {"--preset", "--set",   "--param", "--automate",  "--load-state", "--save-state",
                                         "--lang",   "--tempo", "--meter",     "--tempo-map",  "--percent",
                                         "--tempo-from", "--tempo-to", "--semitones", "--cents",
                                         "--preserve-duration"};
@@ -55,13 +55,13 @@ bool IsEffectOption(const std::string& name) {
 bool ApplyEffectOption(const std::string& name, const std::string& v, QxfxEffectArgs* e, std::string* error) {
   if (name == "--preset") {
     e->preset = v;
-  } else if (name == "--set") {
+  } else if (name == "--set" || name == "--param") {
     size_t eq = v.find('=');
     if (eq == std::string::npos || eq == 0) {
-      *error = "--set takes FIELD=VALUE, not '" + v + "'";
+      *error = name + (name == "--set" ? " takes FIELD=VALUE" : " takes NAME=VALUE") + ", not '" + v + "'";
       return false;
     }
-    e->settings.push_back({v.substr(0, eq), v.substr(eq + 1)});
+    e->settings.push_back({v.substr(0, eq), v.substr(eq + 1), name == "--param"});
   } else if (name == "--automate") {
     e->automations.push_back(v);
   } else if (name == "--load-state") {
@@ -148,11 +148,13 @@ bool QxfxParse(int argc, char** argv, QxfxCommandLine* out, std::string* error) 
         return false;
       }
       value = argv[++i];
-    } else if (!TakesValue(name) && inlineValue && name != a) {
+    } else if (!TakesValue(name) && inlineValue && name != a && name != "--norm") {
       *error = name + " takes no value";
       return false;
     }
     const bool process = seenCommand && out->command == "process";
+    if (name.size() > 1 && name[0] == '-') out->given.push_back(name == "-j" ? "--jobs" : name == "-q" ? "--quiet"
+                                                                 : name == "-v" ? "--verbose" : name == "-h" ? "--help" : name);
 
     if (name == "-h" || name == "--help") {
       out->help = true;
@@ -162,6 +164,25 @@ bool QxfxParse(int argc, char** argv, QxfxCommandLine* out, std::string* error) 
       out->quiet = true;
     } else if (name == "-v" || name == "--verbose") {
       out->verbose = true;
+    } else if (name == "--gain") {
+      if (!ParseNumber(value, &out->gainDb) || out->gainDb < -120 || out->gainDb > 60) {
+        *error = "--gain takes decibels from -120 to 60, e.g. --gain -6, not '" + value + "'";
+        return false;
+      }
+    } else if (name == "--norm") {
+      out->norm = true;
+      if (inlineValue && (!ParseNumber(value, &out->normDb) || out->normDb > 0 || out->normDb < -120)) {
+        *error = "--norm takes a peak level in dBFS from -120 to 0, e.g. --norm=-1, not '" + value + "'";
+        return false;
+      }
+    } else if (name == "--raw-input") {
+      out->rawInput = value;
+    } else if (name == "--no-dither") {
+      out->dither = false;
+    } else if (name == "--version") {
+      out->version = true;
+    } else if (name == "--help-man") {
+      out->man = true;
     } else if (name == "--no-progress") {
       out->progress = false;
     } else if (name == "--keep-nonfinite") {

@@ -7,6 +7,7 @@
 struct QxfxSetting {
   std::string field;
   std::string value;
+  bool natural = false;  // --param (natural units) rather than --set (the stored value)
 };
 
 // time-stretch's friendly length options (see time_options.h).
@@ -34,7 +35,7 @@ struct QxfxPitchOptions {
 struct QxfxEffectArgs {
   std::string effect;                    // the effect's name as typed
   std::string preset;                    // --preset N|NAME, empty when absent
-  std::vector<QxfxSetting> settings;     // --set FIELD=VALUE, in order
+  std::vector<QxfxSetting> settings;     // --set FIELD=VALUE and --param NAME=VALUE, in order
   std::vector<std::string> automations;  // --automate "PARAM=CURVE:T:V,T:V..."
   std::string loadState;                 // --load-state FILE
   std::string saveState;                 // --save-state FILE
@@ -63,7 +64,15 @@ struct QxfxCommandLine : QxfxEffectArgs {
   bool verbose = false;
   bool json = false;
   bool help = false;
+  bool version = false;                // --version
+  bool man = false;                    // --help-man: the help text as a manual page
   bool progress = true;                // --no-progress turns the bar off
+  double gainDb = 0.0;                 // --gain dB, before the chain
+  bool norm = false;                   // --norm[=dBFS], after the chain (default 0 dBFS)
+  double normDb = 0.0;
+  bool dither = true;                  // --no-dither turns TPDF dither off
+  std::string rawInput;                // --raw-input RATE,CHANNELS,ENCODING
+  std::vector<std::string> given;      // every option on the line, by its long name
   bool keepNonFinite = false;          // --keep-nonfinite: NaN and infinity go to the effects untouched
 };
 

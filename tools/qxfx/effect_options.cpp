@@ -5,36 +5,24 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 
 #include "aplugins/qxppack1/frame/effect_interfaces.h"
+#include "aplugins/qxppack1/params/param_view.h"
 #include "hosts/common/effect_presets.h"
 #include "platform/com/persist.h"
+#include "platform/registry/utf.h"
 #include "platform/com/task_mem.h"
 #include "tools/qxfx/file_checks.h"
 
 namespace {
-std::string Narrow(const WCHAR* s) {
-  std::string r;
-  for (; s && *s; ++s) {
-    char32_t c = *s;
-    if (c < 0x80) {
-      r += static_cast<char>(c);
-    } else if (c < 0x800) {
-      r += static_cast<char>(0xC0 | (c >> 6));
-      r += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      r += static_cast<char>(0xE0 | (c >> 12));
-      r += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      r += static_cast<char>(0x80 | (c & 0x3F));
-    }
-  }
-  return r;
-}
+std::string Narrow(const WCHAR* s) { return s ? QxUtf16ToUtf8(s) : std::string(); }
 
 // Pads UTF-8 text with spaces to `width` characters, so that columns line up in any language.
 std::string Pad(std::string s, size_t width) {
@@ -115,7 +103,13 @@ bool ApplyPreset(IUnknown* filter, const std::string& which, std::string* error)
     *error = "this effect has no presets";
     return false;
   }
-  const long index = QxFindPreset(names, which);
+  std::vector<long> candidates;
+  const long index = QxFindPreset(names, which, &candidates);
+  if (candidates.size() > 1) {
+    *error = "preset " + Quote(which) + " could be";
+    for (size_t k = 0; k < candidates.size(); ++k) *error += (k ? ", " : " ") + Quote(names[candidates[k]]);
+    return false;
+  }
   if (index < 0) {
     std::string hint = QxfxNearest(which, names);
     *error = "no preset " + Quote(which) + (hint.empty() ? "" : " (did you mean " + Quote(hint) + "?)") +
@@ -131,28 +125,71 @@ bool ApplyPreset(IUnknown* filter, const std::string& which, std::string* error)
   return true;
 }
 
+std::string Shortest(double v) {
+  char buf[32];
+  auto r = std::to_chars(buf, buf + sizeof buf, v == 0 ? 0.0 : v);
+  return std::string(buf, r.ptr);
+}
+
+// What the stored value of a field counts, for --set messages: "one unit is 0.1 dB".
+std::string StoredUnit(const QxParamView& p) {
+  if (p.Kind == QxParamKind::Enum || p.Kind == QxParamKind::Toggle) return "an index";
+  return std::string("one unit is ") + Shortest(1.0 / p.Divisor) + (*p.Unit ? std::string(" ") + p.Unit : "");
+}
+
+// How to move the sound where a page-only field was set.
+std::string SoundHint(const QxfxEffect& effect) {
+  if (effect.name == "pitch-shift") return "; the sound follows Ratio (--semitones, --cents or --param Ratio=+7st)";
+  if (effect.name == "time-stretch") return "; the sound follows FinalLength (--percent, --tempo-from/--tempo-to)";
+  return "";
+}
+
+// --set FIELD=VALUE (the stored value, exactly) and --param NAME=VALUE (natural units), in order.
 bool SetFields(IUnknown* filter, const QxfxEffect& effect, const QxfxEffectArgs& cl, std::string* error) {
   for (const QxfxSetting& s : cl.settings) {
-    const QxfxField* field = QxfxFindField(effect, s.field);
-    if (!field) {
+    const char* option = s.natural ? "--param" : "--set";
+    const QxParamView* p = QxFindParam(*effect.view, s.field);
+    if (!p) {
       std::vector<std::string> names;
-      for (const QxfxField& f : effect.fields) names.push_back(f.name);
+      for (const QxParamView& f : effect.view->Params) {
+        names.push_back(f.Name);
+        names.push_back(f.Field);
+      }
       std::string hint = QxfxNearest(s.field, names);
-      *error = "unknown field " + Quote(s.field) + " for " + effect.name +
-               (hint.empty() ? "" : " (did you mean " + Quote(hint) + "?)") + "; qxfx help " + effect.name +
+      *error = "unknown parameter " + Quote(s.field) + " for " + effect.name +
+               (hint.empty() ? "" : " (did you mean " + Quote(hint) + "?)") + "; qxfx params " + effect.name +
                " lists them";
       return false;
     }
-    char* end = nullptr;
-    errno = 0;
-    long v = std::strtol(s.value.c_str(), &end, 10);
-    if (s.value.empty() || errno || *end || v < field->min || v > field->max) {
-      *error = "bad value " + Quote(s.value) + " for " + s.field + ": a whole number from " +
-               std::to_string(field->min) + " to " + std::to_string(field->max) + " (" + field->unit + ")";
-      return false;
+    double stored = 0;
+    if (s.natural) {
+      std::string why;
+      const QxParse r = QxParamParse(*p, s.value, &stored, &why);
+      if (r == QxParse::Invalid || r == QxParse::OutOfRange) {
+        *error = "--param: " + why;
+        return false;
+      }
+      if (r == QxParse::Rounded && !cl.quiet) std::fprintf(stderr, "qxfx: %s\n", why.c_str());
+    } else {
+      const bool whole = p->Store != QxStoreType::Float64;
+      double v = 0;
+      if (!ParseDouble(s.value, &v) || (whole && v != std::floor(v)) || v < p->StoredMin || v > p->StoredMax) {
+        *error = "bad value " + Quote(s.value) + " for --set " + p->Field + ": " +
+                 (whole ? "a whole number" : "a number") + " from " + Shortest(p->StoredMin) + " to " +
+                 Shortest(p->StoredMax) + " (" + StoredUnit(*p) + "); --param " + p->Name + "=" +
+                 QxParamFormatValue(*p, p->StoredDefault) +
+                 (p->Kind == QxParamKind::Continuous || p->Kind == QxParamKind::Integer ? p->Unit : "") +
+                 " takes natural units";
+        return false;
+      }
+      stored = v;
     }
-    if (FAILED(field->set(filter, static_cast<int32_t>(v)))) {
-      *error = "could not set " + s.field;
+    if (p->PageOnly && !cl.quiet)
+      std::fprintf(stderr, "qxfx: %s %s: only the effect's page reads %s; it changes no sound%s\n", option,
+                   p->Name, p->Name, SoundHint(effect).c_str());
+    const HRESULT hr = QxParamSetLive(*p, filter, stored);
+    if (FAILED(hr)) {
+      *error = "the effect refused " + std::string(p->Name) + " = " + QxParamFormat(*p, stored);
       return false;
     }
   }
@@ -352,13 +389,73 @@ void QxfxPrintPresets(IUnknown* filter, bool json) {
   for (size_t i = 0; i < names.size(); ++i) std::printf("%3zu  %s\n", i, names[i].c_str());
 }
 
+namespace {
+const char* KindName(QxParamKind k) {
+  switch (k) {
+    case QxParamKind::Continuous: return "continuous";
+    case QxParamKind::Integer: return "integer";
+    case QxParamKind::Enum: return "enum";
+    case QxParamKind::Toggle: return "toggle";
+  }
+  return "?";
+}
+
+// The value a parameter can take, as a listing shows it.
+std::string RangeOf(const QxParamView& p) {
+  if (p.Kind == QxParamKind::Toggle) return "on|off";
+  if (p.Kind == QxParamKind::Enum) return "0.." + std::to_string(p.EnumCount - 1) + " or a name";
+  std::string r = QxParamFormatValue(p, p.StoredMin + (p.MinIsSilence ? 1 : 0)) + " to " + QxParamFormat(p, p.StoredMax);
+  if (p.MinIsSilence) r = "-inf, " + r;
+  return r;
+}
+}  // namespace
+
+void QxfxPrintView(IUnknown* filter, const QxfxEffect& effect, bool json) {
+  const auto& params = effect.view->Params;
+  if (json) {
+    std::printf("[");
+    for (size_t i = 0; i < params.size(); ++i) {
+      const QxParamView& p = params[i];
+      double now = p.StoredDefault;
+      QxParamGetLive(p, filter, &now);
+      std::printf("%s{\"name\": %s, \"field\": %s, \"unit\": %s, \"kind\": \"%s\", \"min\": %s, \"max\": %s, "
+                  "\"default\": %s, \"step\": %s, \"value\": %s, \"text\": %s, \"page_only\": %s",
+                  i ? ",\n " : "", Json(p.Name).c_str(), Json(p.Field).c_str(), Json(p.Unit).c_str(), KindName(p.Kind),
+                  Shortest(p.NaturalMin()).c_str(), Shortest(p.NaturalMax()).c_str(),
+                  Shortest(p.NaturalDefault()).c_str(), Shortest(p.Step).c_str(),
+                  Shortest(QxParamToNatural(p, now)).c_str(), Json(QxParamFormat(p, now)).c_str(),
+                  p.PageOnly ? "true" : "false");
+      if (p.Kind == QxParamKind::Enum) {
+        std::printf(", \"names\": [");
+        for (int k = 0; k < p.EnumCount; ++k) std::printf("%s%s", k ? ", " : "", Json(QxParamEnumName(p, k)).c_str());
+        std::printf("]");
+      }
+      std::printf("}");
+    }
+    std::printf("]\n");
+    return;
+  }
+  std::printf("parameters (--param NAME=VALUE, VALUE in the unit shown; --set FIELD=N sets the stored value):\n");
+  std::printf("  %-20s %-30s %-16s %s\n", "NAME", "RANGE", "NOW", "WHAT");
+  for (const QxParamView& p : params) {
+    double now = p.StoredDefault;
+    QxParamGetLive(p, filter, &now);
+    std::string what = p.Help;
+    if (std::string(p.Name) != p.Field) what += " (field " + std::string(p.Field) + ")";
+    if (p.PageOnly) what += "; page only, no sound";
+    std::printf("  %-20s %-30s %-16s %s\n", p.Name, RangeOf(p).c_str(), QxParamFormat(p, now).c_str(), what.c_str());
+    for (int k = 0; k < p.EnumCount; ++k) std::printf("  %24d  %s\n", k, QxParamEnumName(p, k).c_str());
+  }
+}
+
 void QxfxPrintParams(IUnknown* filter, const QxfxEffect& effect, bool json) {
   auto info = Query<IMediaParamInfo>(filter, IID_IMediaParamInfo);
   if (!info) {
-    std::printf("%s has no automation parameters; its fields (qxfx help %s) are set with --set\n", effect.name.c_str(),
-                effect.name.c_str());
+    if (!json) std::printf("%s has no automation parameters\n", effect.name.c_str());
+    else std::printf("[]\n");
     return;
   }
+  if (!json) std::printf("automation parameters (--automate \"LABEL=CURVE:T:V,...\", V in the unit shown):\n");
   DWORD count = 0;
   info->GetParamCount(&count);
   static const char* kTypes[] = {"int", "float", "bool", "enum"};

@@ -9,13 +9,16 @@
 #include "tools/qxfx/cli.h"
 #include "tools/qxfx/effects.h"
 
-// In this order: --lang, --load-state, --preset, --set, --automate.
+// In this order: --lang, --load-state, --preset, --set and --param, --automate.
 bool QxfxConfigure(IUnknown* filter, const QxfxEffect& effect, const QxfxEffectArgs& args, std::string* error);
 // Writes the filter's persistent state whole to `path` (through a temporary file).
 bool QxfxSaveState(IUnknown* filter, const std::string& path, std::string* error);
 void QxfxPrintPresets(IUnknown* filter, bool json);
 // The preset names, in index order (empty when the effect has none).
 std::vector<std::string> QxfxPresetNames(IUnknown* filter);
+// The effect's parameters in natural units, with the values `filter` holds and every enumeration's
+// names; then its automation parameters (labels, host units, curves).
+void QxfxPrintView(IUnknown* filter, const QxfxEffect& effect, bool json);
 void QxfxPrintParams(IUnknown* filter, const QxfxEffect& effect, bool json);
 
 struct QxfxEnvelope {

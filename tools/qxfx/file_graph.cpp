@@ -4,14 +4,19 @@
 
 #include <fcntl.h>
 #include <sndfile.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <thread>
 
 #include "platform/com/wave_format.h"
 #include "platform/mediagraph/graph_runner.h"
@@ -40,14 +45,6 @@ std::string BaseOf(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
-int64_t FramesOf(const std::string& path) {
-  SF_INFO info{};
-  SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
-  if (!f) return 0;
-  sf_close(f);
-  return info.frames;
-}
-
 bool WriteAll(int fd, const char* p, size_t n) {
   while (n) {
     ssize_t w = write(fd, p, n);
@@ -73,10 +70,87 @@ bool CopyFd(int from, int to) {
 
 }  // namespace
 
+namespace {
+// Standard input read as a stream: the path the source opens (a pipe fed by a thread), and the
+// start of the stream, kept to learn its format without reading the pipe twice.
+struct StreamedStdin {
+  std::string path;   // the pipe the source reads
+  std::string probe;  // a file holding the stream's start, to learn its form from
+};
+StreamedStdin g_stdin;
+
+// Copies the start and then the rest of standard input into a pipe; a reader that goes away
+// ends it (the pipe's EPIPE, with SIGPIPE held off this thread).
+void PumpStdin(int to, std::vector<char> head) {
+  sigset_t pipe;
+  sigemptyset(&pipe);
+  sigaddset(&pipe, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
+  if (WriteAll(to, head.data(), head.size())) CopyFd(0, to);
+  close(to);
+}
+
+// The raw form (--raw-input) every input is read in, 0 when inputs carry their own header.
+SF_INFO g_raw{};
+
+SNDFILE* OpenInput(const std::string& path, SF_INFO* info) {
+  *info = g_raw;
+  return sf_open(path.c_str(), SFM_READ, info);
+}
+}  // namespace
+
+void QxfxSetRawInput(int format, int rate, int channels) {
+  g_raw = {};
+  g_raw.format = format ? SF_FORMAT_RAW | format : 0;
+  g_raw.samplerate = rate;
+  g_raw.channels = channels;
+}
+
+std::string QxfxProbePath(const std::string& in) {
+  return !g_stdin.path.empty() && in == g_stdin.path ? g_stdin.probe : in;
+}
+
 bool QxfxStdinPath(std::string* path, std::string* spool, std::string* error) {
   struct stat st;
   if (fstat(0, &st) == 0 && S_ISREG(st.st_mode)) {
     *path = "/dev/stdin";
+    return true;
+  }
+  // WAV, RF64 and AU are read as they arrive; other forms need to seek and are spooled. The start
+  // is read until the header is whole (up to the audio of a WAV, 64 KiB at most) to learn the form.
+  std::vector<char> head(1 << 16);
+  size_t got = 0;
+  auto kind = [&](const char* magic) { return got >= 4 && std::memcmp(head.data(), magic, 4) == 0; };
+  auto whole = [&] {
+    if (got < 4) return false;
+    if (kind(".snd")) return got >= 28;
+    if (!kind("RIFF") && !kind("RF64")) return true;  // not a stream: spooled as it is
+    const auto end = head.begin() + static_cast<long>(got);
+    const auto data = std::search(head.begin(), end, "data", "data" + 4);
+    return data != end && end - data >= 8;
+  };
+  for (ssize_t n; got < head.size() && !whole(); got += static_cast<size_t>(n)) {
+    n = read(0, head.data() + got, head.size() - got);
+    if (n < 0 && errno == EINTR) n = 0;
+    else if (n <= 0) break;
+  }
+  head.resize(got);
+  const bool streams = kind("RIFF") || kind("RF64") || kind(".snd");
+  int fds[2];
+  if ((streams || g_raw.format) && pipe(fds) == 0) {
+    *spool = QxfxMakeTemp(QxfxTempDir() + "/qxfx-head-XXXXXX");
+    const int fd = spool->empty() ? -1 : open(spool->c_str(), O_WRONLY | O_TRUNC);
+    const bool kept = fd >= 0 && WriteAll(fd, head.data(), head.size());
+    if (fd >= 0) close(fd);
+    if (!kept) {
+      close(fds[0]);
+      close(fds[1]);
+      *error = "cannot make a temporary file in " + QxfxTempDir() + " for standard input";
+      return false;
+    }
+    g_stdin = {"/dev/fd/" + std::to_string(fds[0]), *spool};
+    std::thread(PumpStdin, fds[1], std::move(head)).detach();
+    *path = g_stdin.path;
     return true;
   }
   *spool = QxfxMakeTemp(QxfxTempDir() + "/qxfx-stdin-XXXXXX");
@@ -85,7 +159,7 @@ bool QxfxStdinPath(std::string* path, std::string* spool, std::string* error) {
     return false;
   }
   int fd = open(spool->c_str(), O_WRONLY | O_TRUNC);
-  bool ok = fd >= 0 && CopyFd(0, fd);
+  bool ok = fd >= 0 && WriteAll(fd, head.data(), head.size()) && CopyFd(0, fd);
   if (fd >= 0 && close(fd) != 0) ok = false;
   if (!ok) {
     *error = "cannot keep standard input in " + *spool + " (disk full?)";
@@ -102,14 +176,61 @@ bool IsFloat(int format) {
   return sub == SF_FORMAT_FLOAT || sub == SF_FORMAT_DOUBLE;
 }
 
+// Bits of a whole-number encoding, 0 for any other.
+int PcmBits(int format) {
+  switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8: return 8;
+    case SF_FORMAT_PCM_16: return 16;
+    case SF_FORMAT_PCM_24: return 24;
+    case SF_FORMAT_PCM_32: return 32;
+    default: return 0;
+  }
+}
+
+// Bits of the signal an encoding carries: floats hold more than any whole-number form.
+int SignalBits(int format) {
+  const int sub = format & SF_FORMAT_SUBMASK;
+  if (sub == SF_FORMAT_FLOAT) return 25;
+  if (sub == SF_FORMAT_DOUBLE) return 53;
+  const int bits = PcmBits(format);
+  return bits ? bits : 16;  // mu-law, A-law and the compressed forms hold about 16
+}
+
+// The text fields of a file (title, artist, comment, date ...), to carry to the output.
+QxfxTags TagsOf(SNDFILE* f) {
+  QxfxTags tags;
+  for (int kind = SF_STR_FIRST; kind <= SF_STR_LAST; ++kind)
+    if (const char* s = sf_get_string(f, kind); s && *s) tags.push_back({kind, s});
+  return tags;
+}
+
+struct ConvertOptions {
+  double scale = 1.0;      // level change
+  int wholeBits = 0;       // whole numbers of this many bits made here (rounded to nearest), 0 for libsndfile's
+  bool dither = false;     // with TPDF dither of one step
+  bool countClips = false; // count samples beyond full scale
+  const QxfxTags* tags = nullptr;
+  bool autoDowngrade = false;
+  bool rawInput = false;   // `in` is an input in the --raw-input form
+  bool silenceNonFinite = false;  // NaN and infinity become 0
+};
+struct ConvertStats {
+  int64_t clipped = 0;
+  double peak = 0.0;
+};
+
 // The host's own conversion: `in` rewritten in `format` block by block, at full scale both ways
 // and clipped rather than wrapped when float goes to whole numbers. `format` 0 is 32-bit float
-// WAV (W64 past 4 GB). A NaN becomes silence whenever the target holds whole numbers (it would
-// turn into a full-scale sample), and everywhere with `silenceNonFinite`.
-bool Convert(const std::string& in, const std::string& out, int format, std::string* error,
-             bool silenceNonFinite = false) {
+// WAV (W64 past 4 GB). Whole numbers of `wholeBits` are made here: the value at full scale,
+// with dither plus triangular noise of one step, rounded to nearest and held to the range; the
+// noise comes from a fixed seed, so a run repeats exactly. A NaN becomes silence whenever the
+// target holds whole numbers (it would turn into a full-scale sample), and everywhere with
+// `silenceNonFinite`.
+bool Convert(const std::string& in, const std::string& out, int format, const ConvertOptions& opt,
+             ConvertStats* stats, std::string* error) {
   SF_INFO info{};
-  SNDFILE* src = sf_open(in.c_str(), SFM_READ, &info);
+  SNDFILE* src = opt.rawInput ? OpenInput(in, &info) : sf_open(in.c_str(), SFM_READ, &info);
   if (!src) {
     *error = "cannot read " + in + ": " + sf_strerror(nullptr);
     return false;
@@ -120,22 +241,54 @@ bool Convert(const std::string& in, const std::string& out, int format, std::str
   double bytes = static_cast<double>(info.frames) * info.channels * 4;
   oinfo.format = format ? format : (bytes > 4.0e9 ? SF_FORMAT_W64 : SF_FORMAT_WAV) | SF_FORMAT_FLOAT;
   SNDFILE* dst = sf_open(out.c_str(), SFM_WRITE, &oinfo);
-  if (dst) sf_command(dst, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+  if (dst) {
+    sf_command(dst, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+    if (opt.autoDowngrade) sf_command(dst, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
+    if (opt.tags)
+      for (const auto& [kind, text] : *opt.tags) sf_set_string(dst, kind, text.c_str());
+  }
   if (!dst) {
     sf_close(src);
     *error = "cannot write the converted audio " + out + ": " + sf_strerror(nullptr);
     return false;
   }
-  std::vector<double> buf(8192 * static_cast<size_t>(info.channels));
+  const size_t block = 8192 * static_cast<size_t>(info.channels);
+  std::vector<double> buf(block);
+  std::vector<int> whole(opt.wholeBits ? block : 0);
+  const double steps = opt.wholeBits ? std::ldexp(1.0, opt.wholeBits - 1) : 0.0;
+  const int shift = 32 - opt.wholeBits;
+  uint64_t seed = 0x9E3779B97F4A7C15ull;
+  auto uniform = [&seed] {  // xorshift64*, in [0, 1)
+    seed ^= seed >> 12;
+    seed ^= seed << 25;
+    seed ^= seed >> 27;
+    return static_cast<double>((seed * 0x2545F4914F6CDD1Dull) >> 11) * 0x1.0p-53;
+  };
   sf_count_t n;
   bool ok = true;
   const bool toWhole = !IsFloat(oinfo.format);
   while ((n = sf_readf_double(src, buf.data(), 8192)) > 0) {
-    for (sf_count_t i = 0; i < n * info.channels; ++i) {
-      double& v = buf[static_cast<size_t>(i)];
-      if ((silenceNonFinite && !std::isfinite(v)) || (toWhole && std::isnan(v))) v = 0.0;
+    const size_t count = static_cast<size_t>(n) * static_cast<size_t>(info.channels);
+    for (size_t i = 0; i < count; ++i) {
+      if ((opt.silenceNonFinite && !std::isfinite(buf[i])) || (toWhole && std::isnan(buf[i]))) buf[i] = 0.0;
+      const double v = buf[i] * opt.scale;
+      buf[i] = v;
+      const double a = std::fabs(v);
+      if (stats && a > stats->peak) stats->peak = a;
+      if (opt.countClips && stats && a > 1.0) ++stats->clipped;
     }
-    if (sf_writef_double(dst, buf.data(), n) != n) {
+    sf_count_t put;
+    if (opt.wholeBits) {
+      for (size_t i = 0; i < count; ++i) {
+        const double q = std::nearbyint(buf[i] * steps + (opt.dither ? uniform() - uniform() : 0.0));
+        const double held = std::clamp(q, -steps, steps - 1);
+        whole[i] = static_cast<int>(static_cast<int64_t>(held) * (int64_t{1} << shift));
+      }
+      put = sf_writef_int(dst, whole.data(), n);
+    } else {
+      put = sf_writef_double(dst, buf.data(), n);
+    }
+    if (put != n) {
       ok = false;
       break;
     }
@@ -168,6 +321,47 @@ NonFinite ScanNonFinite(const std::string& path) {
       }
   sf_close(f);
   return r;
+}
+
+// The format a file was written in (RF64 may have become WAV), or `fallback`.
+int FormatOf(const std::string& path, int fallback) {
+  SF_INFO info{};
+  SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
+  if (!f) return fallback;
+  sf_close(f);
+  return info.format;
+}
+
+// Largest absolute sample of a file, full scale 1.0.
+double PeakOf(const std::string& path) {
+  SF_INFO info{};
+  SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
+  if (!f) return 0.0;
+  std::vector<double> buf(8192 * static_cast<size_t>(info.channels));
+  double peak = 0.0;
+  sf_count_t n;
+  while ((n = sf_readf_double(f, buf.data(), 8192)) > 0)
+    for (sf_count_t i = 0; i < n * info.channels; ++i) peak = std::max(peak, std::fabs(buf[static_cast<size_t>(i)]));
+  sf_close(f);
+  return peak;
+}
+
+// Samples at the ends of a whole-number file's range: what the effects' own rounding clipped.
+int64_t FullScaleSamples(const std::string& path, int bits, const SF_INFO& written) {
+  SF_INFO info = (written.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_RAW ? written : SF_INFO{};
+  SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
+  if (!f) return 0;
+  const int64_t top = ((int64_t{1} << (bits - 1)) - 1) << (32 - bits);
+  std::vector<int> buf(8192 * static_cast<size_t>(info.channels));
+  int64_t count = 0;
+  sf_count_t n;
+  while ((n = sf_readf_int(f, buf.data(), 8192)) > 0)
+    for (sf_count_t i = 0; i < n * info.channels; ++i) {
+      const int64_t v = buf[static_cast<size_t>(i)];
+      if (v >= top || v == INT32_MIN) ++count;
+    }
+  sf_close(f);
+  return count;
 }
 
 std::string WaveFormName(const AM_MEDIA_TYPE& mt) {
@@ -251,6 +445,7 @@ class ProgressBar {
 // source -> filters -> sink, pushed block by block so that the bar can follow; as CGraphRunner::Run.
 HRESULT RunGraph(const std::string& in, const std::string& out, int outFormat, const std::vector<IBaseFilter*>& filters,
                  const QxfxRunOptions& options, const std::string& inName, const std::string& outName,
+                 const QxfxTags& tags, bool autoDowngrade, bool rawIn, int pipeFd, int64_t* framesIn, int64_t* framesOut,
                  std::string* error) {
   CWavSource* source = nullptr;
   CWavSink* sink = nullptr;
@@ -261,10 +456,14 @@ HRESULT RunGraph(const std::string& in, const std::string& out, int outFormat, c
     *error = "cannot make the graph" + QxfxDescribe(hr);
     return hr;
   }
+  if (rawIn) source->SetRawForm(g_raw.format, g_raw.samplerate, g_raw.channels);
   hr = source->Open(in);
   if (FAILED(hr)) *error = source->LastError();
   if (SUCCEEDED(hr)) hr = source->SetFramesPerBlock(static_cast<LONG>(options.blockFrames));
   if (SUCCEEDED(hr)) hr = sink->SetOutput(out, outFormat);
+  sink->SetStrings(tags);
+  sink->SetRf64AutoDowngrade(autoDowngrade);
+  if (pipeFd >= 0) sink->SetOutputPipe(pipeFd);
   std::vector<IBaseFilter*> stages;
   {
     CGraphRunner runner;
@@ -313,6 +512,8 @@ HRESULT RunGraph(const std::string& in, const std::string& out, int outFormat, c
     }
   }
   if (FAILED(hr) && error->empty()) *error = "processing failed" + QxfxDescribe(hr);
+  *framesIn = source->FramesDelivered();
+  *framesOut = sink->FramesWritten();
   source->Release();
   sink->Release();
   return hr;
@@ -364,11 +565,13 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   }
 
   SF_INFO info{};
-  SNDFILE* probe = sf_open(inPath.c_str(), SFM_READ, &info);
+  SNDFILE* probe = OpenInput(QxfxProbePath(inPath), &info);
+  const bool streamedIn = !g_stdin.path.empty() && inPath == g_stdin.path;
   if (!probe) {
     *error = "cannot read " + in + ": " + sf_strerror(nullptr);
     return false;
   }
+  const QxfxTags tags = TagsOf(probe);
   sf_close(probe);
   // A header can claim anything; the effects' memory grows with the rate.
   if (info.samplerate > kMaxRate) {
@@ -384,10 +587,26 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   if (!QxfxChooseFormat(options.form, streamed ? std::string() : out, info.format, info.channels, info.samplerate,
                         &format, error))
     return false;
-  // Past 4 GB a WAV header overflows; RF64 is WAV's own answer.
-  if ((format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV && !options.form.major &&
-      static_cast<double>(info.frames) * info.channels * 8 * 5 > 4.0e9)
-    format = (format & ~SF_FORMAT_TYPEMASK) | SF_FORMAT_RF64;
+  // A WAV that passes 4 GiB becomes RF64, WAV's own answer. Where the output might get there (five
+  // times the input at eight bytes a sample, and a minute of tail) it is opened as RF64 and
+  // libsndfile writes a plain WAV after all when it stays smaller.
+  const double mostBytes = (static_cast<double>(info.frames) * 5 + info.samplerate * 60.0) * info.channels * 8;
+  const bool autoDowngrade = (format & SF_FORMAT_TYPEMASK) == SF_FORMAT_WAV && mostBytes >= 4294967296.0;
+  const int written = autoDowngrade ? (format & ~SF_FORMAT_TYPEMASK) | SF_FORMAT_RF64 : format;
+
+  // Level changes and dither need the chain's result at full precision before it is written.
+  const bool scaled = options.gainDb != 0.0 || options.norm;
+  const int outBits = PcmBits(format);
+  const bool fewerBits = outBits && outBits < SignalBits(info.format);
+  const bool dither = options.dither && outBits && outBits <= 24 && (fewerBits || (scaled && outBits < 32));
+  const bool staged = scaled || fewerBits;
+  // Standard output that is a pipe takes WAV and AU as they are made, when nothing is left to do
+  // after the chain.
+  struct stat outStat;
+  const int outMajor = format & SF_FORMAT_TYPEMASK;
+  const bool streamedOut = toStdout && !staged &&
+                           (outMajor == SF_FORMAT_WAV || outMajor == SF_FORMAT_AU || outMajor == SF_FORMAT_RAW) &&
+                           fstat(1, &outStat) == 0 && !S_ISREG(outStat.st_mode);
 
   std::string tmp = QxfxMakeTemp(streamed ? QxfxTempDir() + "/qxfx-out-XXXXXX"
                                           : DirOf(out) + "/." + BaseOf(out) + ".qxfx-XXXXXX");
@@ -412,9 +631,10 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   // numbers and float meet, so that levels keep their scale and loud samples clip, not wrap.
   std::string fed = inPath, fedName = options.inName.empty() ? in : options.inName;
   auto graphFormat = [&](int fedFormat) {
-    return IsFloat(fedFormat) == IsFloat(format) ? format : 0;
+    return !staged && IsFloat(fedFormat) == IsFloat(written) ? (streamedOut ? format : written) : 0;
   };
   std::string stage = tmp;
+  int64_t graphIn = 0, graphFrames = 0;
   auto run = [&](int fedFormat) {
     int gf = graphFormat(fedFormat);
     if (gf == 0 && stage == tmp) {
@@ -426,9 +646,12 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
       }
     }
     // A file of the graph's own form, W64 so that it has no 4 GB limit.
-    return RunGraph(fed, gf ? tmp : stage, gf ? gf : SF_FORMAT_W64, filters, options, fedName, outName, error);
+    const bool piped = streamedOut && gf != 0;
+    return RunGraph(fed, gf ? tmp : stage, gf ? gf : SF_FORMAT_W64, filters, options, fedName, outName, tags,
+                    autoDowngrade && !piped, g_raw.format && fed == inPath, piped ? 1 : -1, &graphIn, &graphFrames,
+                    error);
   };
-  if (IsFloat(info.format)) {
+  if (IsFloat(info.format) && !streamedIn) {
     // One NaN would run on through every recursive effect; say so, and by default silence it.
     const NonFinite bad = ScanNonFinite(inPath);
     if (bad.count) {
@@ -444,24 +667,40 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
       if (!options.keepNonFinite) {
         std::string clean = QxfxMakeTemp(QxfxTempDir() + "/qxfx-clean-XXXXXX");
         temps.paths.push_back(clean);
-        if (clean.empty() || !Convert(inPath, clean, SF_FORMAT_W64 | (info.format & SF_FORMAT_SUBMASK), error, true))
+        ConvertOptions opt;
+        opt.silenceNonFinite = true;
+        if (clean.empty() || !Convert(inPath, clean, SF_FORMAT_W64 | (info.format & SF_FORMAT_SUBMASK), opt, nullptr,
+                                      error))
           return false;
         fed = clean;
       }
     }
   }
-  HRESULT hr = run(info.format);
-  if (hr == VFW_E_TYPE_NOT_ACCEPTED || hr == VFW_E_INVALIDMEDIATYPE || hr == VFW_E_NO_ACCEPTABLE_TYPES) {
-    // The host's conversion before the chain: the effects all take 32-bit float.
+  // The host's conversion before the chain: the effects all take 32-bit float.
+  auto toFloat = [&](double scale) {
     std::string converted = QxfxMakeTemp(QxfxTempDir() + "/qxfx-float-XXXXXX");
     temps.paths.push_back(converted);
-    if (converted.empty() || !Convert(fed, converted, 0, error)) return false;
+    ConvertOptions opt;
+    opt.scale = scale;
+    opt.rawInput = fed == inPath;
+    if (converted.empty() || !Convert(fed, converted, 0, opt, nullptr, error)) return false;
+    fed = converted;
+    fedName += " as 32-bit float";
+    return true;
+  };
+  int fedFormat = info.format;
+  if (options.gainDb != 0.0) {
+    if (!toFloat(std::pow(10.0, options.gainDb / 20.0))) return false;
+    fedFormat = SF_FORMAT_FLOAT;
+  }
+  HRESULT hr = run(fedFormat);
+  if ((hr == VFW_E_TYPE_NOT_ACCEPTED || hr == VFW_E_INVALIDMEDIATYPE || hr == VFW_E_NO_ACCEPTABLE_TYPES) &&
+      !streamedIn) {
+    if (!toFloat(1.0)) return false;
     if (options.verbose)
       std::fprintf(stderr, "qxfx: the chain refused %s; converted the input to 32-bit float first\n",
                    QxfxFormatName(info.format).c_str());
     error->clear();
-    fed = converted;
-    fedName += " as 32-bit float";
     hr = run(SF_FORMAT_FLOAT);
   }
   if (FAILED(hr)) {
@@ -471,12 +710,39 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
   }
   if (stage != tmp) {
     if (options.verbose) std::fprintf(stderr, "qxfx: converting to %s\n", QxfxFormatName(format).c_str());
-    if (!Convert(stage, tmp, format, error)) return false;
+    ConvertOptions opt;
+    opt.tags = &tags;
+    opt.autoDowngrade = autoDowngrade;
+    opt.wholeBits = outBits;
+    opt.dither = dither;
+    opt.countClips = !IsFloat(format);
+    if (options.norm) {
+      const double peak = PeakOf(stage);
+      if (peak > 0) opt.scale = std::pow(10.0, options.normDb / 20.0) / peak;
+    }
+    ConvertStats stats;
+    if (!Convert(stage, tmp, written, opt, &stats, error)) return false;
+    result->clipped = stats.clipped;
+    result->peak = stats.peak;
+    result->dithered = dither;
+  } else if (streamedOut) {
+    result->framesIn = graphIn;
+    result->framesOut = graphFrames;
+    result->format = format;
+    result->rate = info.samplerate;
+    result->seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    return true;
+  } else if (outBits) {
+    SF_INFO form{};
+    form.format = format;
+    form.samplerate = info.samplerate;
+    form.channels = info.channels;
+    result->clipped = FullScaleSamples(tmp, outBits, form);
   }
 
-  result->framesIn = info.frames;
-  result->framesOut = FramesOf(tmp);
-  result->format = format;
+  result->framesIn = streamedIn ? graphIn : info.frames;
+  result->framesOut = graphFrames;
+  result->format = FormatOf(tmp, format);
   result->rate = info.samplerate;
   if (streamed) {
     const int to = toStdout ? 1 : QxfxOpenStream(out, error);
@@ -510,6 +776,7 @@ bool QxfxReadInfo(const std::string& path, QxfxFileInfo* info, std::string* erro
     return false;
   }
   info->form = QxfxFormatName(sfi.format);
+  info->tags = TagsOf(f);
   info->channels = sfi.channels;
   info->rate = sfi.samplerate;
   info->frames = sfi.frames;
@@ -526,4 +793,20 @@ bool QxfxReadInfo(const std::string& path, QxfxFileInfo* info, std::string* erro
   info->nonFinite = nonFinite;
   sf_close(f);
   return true;
+}
+
+const char* QxfxTagName(int kind) {
+  switch (kind) {
+    case SF_STR_TITLE: return "title";
+    case SF_STR_COPYRIGHT: return "copyright";
+    case SF_STR_SOFTWARE: return "software";
+    case SF_STR_ARTIST: return "artist";
+    case SF_STR_COMMENT: return "comment";
+    case SF_STR_DATE: return "date";
+    case SF_STR_ALBUM: return "album";
+    case SF_STR_LICENSE: return "license";
+    case SF_STR_TRACKNUMBER: return "track";
+    case SF_STR_GENRE: return "genre";
+    default: return "text";
+  }
 }

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -29,63 +30,129 @@ std::string Narrow(const std::u16string& s) {
   return r;
 }
 
-void Usage(FILE* to) {
-  std::fprintf(to,
-               "usage: qxfx COMMAND ...\n"
-               "\n"
-               "  qxfx process IN OUT EFFECT [effect options] [+ EFFECT [effect options]]...\n"
-               "        run IN through the effects in order and write OUT; IN or OUT may be - for\n"
-               "        standard input or output\n"
-               "  qxfx process --out-dir DIR [-j N] IN... EFFECT [effect options] [+ EFFECT ...]\n"
-               "        the same for many files, each written to DIR under its own name\n"
-               "  qxfx list                 the module's classes, their state and registration [--json]\n"
-               "  qxfx register             register the module's classes and filters\n"
-               "  qxfx unregister           remove them from the registry again\n"
-               "  qxfx presets EFFECT       the effect's presets [--json] [--lang LCID]\n"
-               "  qxfx params EFFECT        the effect's automation parameters [--json] [--lang LCID]\n"
-               "  qxfx lang [LCID]          the language names are shown in; with LCID, store it\n"
-               "                            (e.g. 1031 German, 0 back to the environment's)\n"
-               "  qxfx help [EFFECT]        this text, or an effect's fields, defaults and presets\n"
-               "  qxfx info FILE            length, form and peak level of an audio file\n"
-               "\n"
-               "effect options (they set the effect they follow, applied in this order):\n"
-               "  --lang LCID               language of names and texts, e.g. 1031 or 0x407\n"
-               "  --load-state FILE         the effect's saved state (as --save-state wrote it)\n"
-               "  --preset N|NAME           a preset by index or name (qxfx presets EFFECT)\n"
-               "  --set FIELD=VALUE         one field of the parameter record, stored value\n"
-               "  --automate \"PARAM=CURVE:T:V,T:V...\"\n"
-               "                            an envelope for an automation parameter (label or index),\n"
-               "                            CURVE jump|linear|square|invsquare|sine, T in s or ms,\n"
-               "                            V in the parameter's units, e.g. \"Dry Out=linear:0s:-60,2.5s:0\"\n"
-               "  --save-state FILE         write the effect's state once the options are applied\n"
-               "  --tempo BPM               host tempo for effects that follow tempo (e.g. simple-delay)\n"
-               "  --meter N/D               host meter, e.g. 3/4 (default 4/4)\n"
-               "  --tempo-map FILE          tempo and meter changes: lines 'tempo AT BPM' and\n"
-               "                            'meter AT N/D', AT in s, ms or beats (8b); see the README\n"
-               "  --percent P               time-stretch: output P %% of the input's length (50 to 500)\n"
-               "  --tempo-from A --tempo-to B\n"
-               "                            time-stretch: from tempo A to tempo B in bpm\n"
-               "  --semitones S --cents C   pitch-shift: shift by S semitones and C cents (-100 to 100)\n"
-               "  --preserve-duration       pitch-shift: keep the length (S then -12 to 12)\n"
-               "\n"
-               "options (anywhere on the line):\n"
-               "  --output-format FORM      container and/or encoding of the output, e.g. flac,\n"
-               "                            wav:float, aiff:pcm24 (default: OUT's extension, the input's\n"
-               "                            encoding)\n"
-               "  --out-dir DIR             write each input to DIR (several inputs)\n"
-               "  -j, --jobs N              with --out-dir: N files at once (default 1)\n"
-               "  --block-frames N          frames per media sample fed to the effects (default 4096)\n"
-               "  -q, --quiet               print nothing but errors\n"
-               "  -v, --verbose             show the graph and the formats agreed between its filters\n"
-               "  --no-progress             no progress bar (it shows only on a terminal, after 1 s)\n"
-               "  --keep-nonfinite          pass NaN and infinite input samples to the effects as they\n"
-               "                            are (by default they are reported and made silent)\n"
-               "  --json                    list, presets and params as JSON\n"
-               "  -h, --help                this text\n"
-               "\n"
-               "FIELD is a field of the effect's parameter record, VALUE its stored value\n"
-               "(see qxfx help EFFECT). The output is written whole or not at all, also when the run\n"
-               "is interrupted; IN is never touched.\n");
+// The help text: what --help prints and what the manual page is made of.
+const char kUsage[] =
+    "usage: qxfx COMMAND ...\n"
+    "\n"
+    "  qxfx process IN OUT EFFECT [effect options] [+ EFFECT [effect options]]...\n"
+    "        run IN through the effects in order and write OUT; IN or OUT may be - for\n"
+    "        standard input or output\n"
+    "  qxfx process --out-dir DIR [-j N] IN... EFFECT [effect options] [+ EFFECT ...]\n"
+    "        the same for many files, each written to DIR under its own name\n"
+    "  qxfx list                 the module's classes, their state and registration [--json]\n"
+    "  qxfx register             register the module's classes and filters\n"
+    "  qxfx unregister           remove them from the registry again\n"
+    "  qxfx presets EFFECT       the effect's presets [--json] [--lang LCID]\n"
+    "  qxfx params EFFECT        the effect's parameters in natural units, with every\n"
+    "                            enumeration's names, and its automation parameters\n"
+    "                            [--json] [--lang LCID]\n"
+    "  qxfx lang [LCID]          the language names are shown in; with LCID, store it\n"
+    "                            (e.g. 1031 German, 0 back to the environment's)\n"
+    "  qxfx help [EFFECT]        this text, or an effect's parameters, values and presets\n"
+    "  qxfx info FILE            length, form and peak level of an audio file\n"
+    "\n"
+    "effect options (they set the effect they follow, applied in this order):\n"
+    "  --lang LCID               language of names and texts, e.g. 1031 or 0x407\n"
+    "  --load-state FILE         the effect's saved state (as --save-state wrote it)\n"
+    "  --preset N|NAME           a preset by index, name or the name's unique beginning\n"
+    "  --param NAME=VALUE        one parameter in natural units (qxfx params EFFECT):\n"
+    "                            DelayOut=-10dB, DelayTime=400ms, DecayTime=2s,\n"
+    "                            DelayNote=\"dotted 8th\", ReverbMode=\"plate 1\", Ratio=+7st\n"
+    "  --set FIELD=VALUE         one field of the parameter record, its stored value exactly\n"
+    "                            (decimals for 64-bit float fields: Ratio=1.5)\n"
+    "  --automate \"PARAM=CURVE:T:V,T:V...\"\n"
+    "                            an envelope for an automation parameter (label or index),\n"
+    "                            CURVE jump|linear|square|invsquare|sine, T in s or ms,\n"
+    "                            V in the parameter's units, e.g. \"Dry Out=linear:0s:-60,2.5s:0\"\n"
+    "  --save-state FILE         write the effect's state once the options are applied\n"
+    "  --tempo BPM               host tempo for effects that follow tempo (e.g. simple-delay)\n"
+    "  --meter N/D               host meter, e.g. 3/4 (default 4/4)\n"
+    "  --tempo-map FILE          tempo and meter changes: lines 'tempo AT BPM' and\n"
+    "                            'meter AT N/D', AT in s, ms or beats (8b); see the README\n"
+    "  --percent P               time-stretch: output P % of the input's length (50 to 500)\n"
+    "  --tempo-from A --tempo-to B\n"
+    "                            time-stretch: from tempo A to tempo B in bpm\n"
+    "  --semitones S --cents C   pitch-shift: shift by S semitones and C cents (-100 to 100)\n"
+    "  --preserve-duration       pitch-shift: keep the length (S then -12 to 12)\n"
+    "\n"
+    "options (anywhere on the line):\n"
+    "  --output-format FORM      container and/or encoding of the output, e.g. flac,\n"
+    "                            wav:float, aiff:pcm24, mp3 (default: OUT's extension, which\n"
+    "                            must be one qxfx knows, and the input's encoding or the\n"
+    "                            nearest one the container holds)\n"
+    "  --out-dir DIR             write each input to DIR (several inputs)\n"
+    "  -j, --jobs N              with --out-dir: N files at once (default 1)\n"
+    "  --block-frames N          frames per media sample fed to the effects (default 4096)\n"
+    "  --gain DB                 change the level by DB decibels before the chain\n"
+    "  --norm[=DBFS]             scale the result so that its peak is DBFS (default 0)\n"
+    "  --no-dither               no TPDF dither when the output has fewer bits than the input\n"
+    "  --raw-input RATE,CH,ENC   inputs are raw samples, e.g. 44100,2,pcm16 (ENC as for\n"
+    "                            --output-format); raw output is --output-format raw\n"
+    "  -q, --quiet               print nothing but errors\n"
+    "  -v, --verbose             show the graph and the formats agreed between its filters\n"
+    "  --no-progress             no progress bar (it shows only on a terminal, after 1 s)\n"
+    "  --keep-nonfinite          pass NaN and infinite input samples to the effects as they\n"
+    "                            are (by default they are reported and made silent)\n"
+    "  --json                    list, presets and params as JSON\n"
+    "  --version                 qxfx's version and the module it loads\n"
+    "  -h, --help                this text\n"
+    "\n"
+    "NAME and FIELD are case-insensitive (see qxfx params EFFECT). An option the effect\n"
+    "would ignore is an error. The output is written whole or not at all, also when the\n"
+    "run is interrupted; IN is never touched.\n";
+
+void Usage(FILE* to) { std::fputs(kUsage, to); }
+
+// qxfx(1): the help text as a manual page, set as it stands.
+void ManPage() {
+  std::printf(".TH QXFX 1 \"\" \"qxfx %s\" \"User Commands\"\n.SH NAME\nqxfx \\- run the pack's audio effects over "
+              "files and pipes\n.SH SYNOPSIS\n.B qxfx\n.I COMMAND\n.RI [ ARGS... ]\n.SH DESCRIPTION\n.nf\n",
+              QXFX_VERSION);
+  for (const char* p = kUsage; *p;) {
+    const char* end = std::strchr(p, '\n');
+    std::string line(p, end ? end : p + std::strlen(p));
+    std::string out;
+    for (char c : line) out += c == '\\' ? std::string("\\e") : std::string(1, c);
+    if (!out.empty() && (out[0] == '.' || out[0] == '\'')) out = "\\&" + out;
+    std::printf("%s\n", out.c_str());
+    p = end ? end + 1 : p + std::strlen(p);
+  }
+  std::printf(".fi\n.SH ENVIRONMENT\n.TP\n.B QXPPACK1_MODULE\nthe module file to load instead of libqxppack1.so "
+              "beside qxfx or in the library folder of its installation\n.SH SEE ALSO\n.BR sox (1)\n");
+}
+
+int Version() {
+  std::printf("qxfx %s\n", QXFX_VERSION);
+  std::string error;
+  const QxHostModule* module = QxfxLoadModule(&error);
+  if (module) std::printf("module %s\n", module->Path().c_str());
+  else std::printf("module not found: %s\n", error.c_str());
+  return module ? 0 : 1;
+}
+
+bool MakeFilter(const QxfxEffect& effect, ComPtr<IBaseFilter>* filter, std::string* error);
+
+// qxfx complete effects | params EFFECT | presets EFFECT: words for the shell's completion.
+int Complete(const std::vector<std::string>& words) {
+  const std::string what = words.empty() ? "" : words[0];
+  if (what == "effects") {
+    for (const QxfxEffect& e : QxfxEffects()) std::printf("%s\n", e.name.c_str());
+    return 0;
+  }
+  const QxfxEffect* e = words.size() == 2 ? QxfxFindEffect(words[1]) : nullptr;
+  if (!e) return 1;
+  if (what == "params") {
+    for (const QxParamView& p : e->view->Params) std::printf("%s\n", p.Name);
+    return 0;
+  }
+  if (what == "presets") {
+    ComPtr<IBaseFilter> filter;
+    std::string error;
+    if (!MakeFilter(*e, &filter, &error)) return 1;
+    for (const std::string& name : QxfxPresetNames(filter.Get())) std::printf("%s\n", name.c_str());
+    return 0;
+  }
+  return 1;
 }
 
 std::vector<std::string> EffectNames() {
@@ -119,6 +186,7 @@ int Info(const std::string& path) {
               info.peak > 0 ? (std::to_string(20 * std::log10(info.peak)).substr(0, 6) + " dBFS").c_str()
                             : "silent",
               info.nonFinite ? (", " + std::to_string(info.nonFinite) + (info.nonFinite == 1 ? " sample" : " samples") + " NaN or infinite").c_str() : "");
+  for (const auto& [kind, text] : info.tags) std::printf("  %s: %s\n", QxfxTagName(kind), text.c_str());
   return 0;
 }
 
@@ -147,10 +215,19 @@ int Listing(const QxfxCommandLine& cl) {
   std::string error;
   if (!MakeFilter(*effect, &filter, &error)) return Fail(error);
   if (cl.lang >= 0 && !QxfxConfigure(filter.Get(), *effect, cl, &error)) return Fail(error);
-  if (cl.command == "presets")
+  if (cl.command == "presets") {
     QxfxPrintPresets(filter.Get(), cl.json);
-  else
-    QxfxPrintParams(filter.Get(), *effect, cl.json);
+  } else if (cl.json) {
+    std::printf("{\"parameters\": ");
+    QxfxPrintView(filter.Get(), *effect, true);
+    std::printf(", \"automation\": ");
+    QxfxPrintParams(filter.Get(), *effect, true);
+    std::printf("}\n");
+  } else {
+    QxfxPrintView(filter.Get(), *effect, false);
+    std::printf("\n");
+    QxfxPrintParams(filter.Get(), *effect, false);
+  }
   return 0;
 }
 
@@ -166,18 +243,29 @@ int HelpEffect(const std::string& name) {
     std::printf("  %s\n", error.c_str());
     return 0;
   }
-  std::printf("fields (--set FIELD=VALUE):   range            default  unit\n");
-  for (const QxfxField& f : e->fields) {
-    int32_t v = 0;
-    std::string def = SUCCEEDED(f.get(filter.Get(), &v)) ? std::to_string(v) : "?";
-    std::printf("  %-26s %7d .. %-7d %7s  %s\n", f.name.c_str(), f.min, f.max, def.c_str(), f.unit.c_str());
-  }
+  QxfxPrintView(filter.Get(), *e, false);
   std::vector<std::string> presets = QxfxPresetNames(filter.Get());
-  std::printf("presets (--preset N|NAME):\n");
+  std::printf("presets (--preset N|NAME, a name or its unique beginning):\n");
   if (presets.empty()) std::printf("  none\n");
   for (size_t i = 0; i < presets.size(); ++i) std::printf("  %3zu  %s\n", i, presets[i].c_str());
   std::printf("automation parameters: qxfx params %s\n", e->name.c_str());
   return 0;
+}
+
+// A tempo-synced setting with no tempo given runs on the engines' fallback of 2 s a beat: say so.
+void WarnTempoFallback(IUnknown* filter, const QxfxEffect& effect, const std::string& where) {
+  const char* const kSync[] = {"TempoSyncDelay", "TempoSyncDecay", "tempoSync"};
+  std::string synced;
+  for (const char* name : kSync) {
+    const QxParamView* p = QxFindParam(*effect.view, name);
+    double on = 0;
+    if (p && SUCCEEDED(QxParamGetLive(*p, filter, &on)) && on != 0) synced += (synced.empty() ? "" : " and ") + std::string(name);
+  }
+  if (!synced.empty())
+    std::fprintf(stderr,
+                 "qxfx: %s%s is on but no --tempo or --tempo-map is given: a beat falls back to 2 s "
+                 "(30 bpm) and a measure to 8 s\n",
+                 where.c_str(), synced.c_str());
 }
 
 // The filters of a chain, each made and set up from its own options. `inPath` gives the rate for
@@ -205,9 +293,11 @@ bool BuildChain(const QxfxCommandLine& cl, const std::string& inPath, std::vecto
     tempo.mapFile = args.tempoMap;
     bool tempoConnected = false;
     if (!QxfxConnectTempo(filter.Get(), tempo, inPath, &tempoConnected, &why)) return fail();
-    if (tempo.Any() && !tempoConnected && !cl.quiet)
-      std::fprintf(stderr, "qxfx: %s does not follow tempo; --tempo, --meter and --tempo-map are ignored\n",
-                   effect->name.c_str());
+    if (tempo.Any() && !tempoConnected) {
+      why = effect->name + " does not follow tempo, so --tempo, --meter and --tempo-map would change nothing";
+      return fail();
+    }
+    if (!tempo.Any() && !cl.quiet) WarnTempoFallback(filter.Get(), *effect, effect->name + ": ");
     // The state saved is what the options set up, before any envelope moves a value.
     if (!args.saveState.empty() && !QxfxSaveState(filter.Get(), args.saveState, &why)) return fail();
     chain->push_back(std::move(filter));
@@ -224,7 +314,7 @@ bool ProcessOne(const QxfxCommandLine& cl, const QxfxOutputForm& form, bool prog
     return false;
   }
   std::vector<ComPtr<IBaseFilter>> chain;
-  bool ok = BuildChain(cl, inPath, &chain, error);
+  bool ok = BuildChain(cl, QxfxProbePath(inPath), &chain, error);
   QxfxRunResult result;
   if (ok) {
     std::vector<IBaseFilter*> filters;
@@ -237,6 +327,10 @@ bool ProcessOne(const QxfxCommandLine& cl, const QxfxOutputForm& form, bool prog
     opt.form = form;
     opt.progress = progress && !cl.quiet;
     opt.verbose = cl.verbose;
+    opt.gainDb = cl.gainDb;
+    opt.norm = cl.norm;
+    opt.normDb = cl.normDb;
+    opt.dither = cl.dither;
     opt.quiet = cl.quiet;
     opt.keepNonFinite = cl.keepNonFinite;
     if (in == "-") opt.inName = "standard input";
@@ -247,6 +341,16 @@ bool ProcessOne(const QxfxCommandLine& cl, const QxfxOutputForm& form, bool prog
   if (!ok && in == "-") {
     // Name standard input as the user typed it.
     for (size_t at; (at = error->find(inPath)) != std::string::npos;) error->replace(at, inPath.size(), "standard input");
+  }
+  if (ok && !cl.quiet && result.clipped > 0) {
+    std::string chain;
+    for (const QxfxEffectArgs& a : cl.chain) chain += (chain.empty() ? "" : " + ") + a.effect;
+    std::string count = std::to_string(result.clipped);
+    for (int at = static_cast<int>(count.size()) - 3; at > 0; at -= 3) count.insert(static_cast<size_t>(at), ",");
+    char peak[48] = "";
+    if (result.peak > 1.0) std::snprintf(peak, sizeof peak, " (peak %+.1f dBFS)", 20 * std::log10(result.peak));
+    std::fprintf(stderr, "qxfx: %s: %s samples %s%s; lower the input or use --gain\n", chain.c_str(), count.c_str(),
+                 result.peak > 1.0 ? "clipped" : "at full scale, clipped", peak);
   }
   if (ok && !cl.quiet) {
     double audio = result.rate ? static_cast<double>(result.framesIn) / result.rate : 0.0;
@@ -345,6 +449,22 @@ int ProcessBatch(const QxfxCommandLine& cl, const QxfxOutputForm& form) {
   return 0;
 }
 
+// "44100,2,pcm16": the form of headerless inputs.
+bool SetRawInput(const std::string& text, std::string* error) {
+  int rate = 0, channels = 0;
+  char encoding[32] = "";
+  QxfxOutputForm form;
+  std::string ignored;
+  if (std::sscanf(text.c_str(), "%d,%d,%31s", &rate, &channels, encoding) != 3 || rate < 1 || rate > 1000000 ||
+      channels < 1 || channels > 32 || !QxfxParseOutputFormat(encoding, &form, &ignored) || !form.sub || form.major) {
+    *error = "--raw-input takes RATE,CHANNELS,ENCODING such as 44100,2,pcm16 (1 to 32 channels; encodings u8 "
+             "pcm8 pcm16 pcm24 pcm32 float double ulaw alaw), not '" + text + "'";
+    return false;
+  }
+  QxfxSetRawInput(form.sub, rate, channels);
+  return true;
+}
+
 int Process(const QxfxCommandLine& cl) {
   // Every name and option is checked once before any file is touched.
   for (const QxfxEffectArgs& args : cl.chain)
@@ -352,6 +472,7 @@ int Process(const QxfxCommandLine& cl) {
   QxfxOutputForm form;
   std::string error;
   if (!cl.outputFormat.empty() && !QxfxParseOutputFormat(cl.outputFormat, &form, &error)) return Fail(error);
+  if (!cl.rawInput.empty() && !SetRawInput(cl.rawInput, &error)) return Fail(error);
   if (cl.chain.size() > 1 || !cl.outDir.empty()) {
     // Options that only make sense once: the same state file saved by two effects would be a mix-up.
     for (size_t i = 0; i < cl.chain.size(); ++i)
@@ -373,6 +494,12 @@ int main(int argc, char** argv) {
   std::string error;
   QxfxInstallCleanup();
   if (!QxfxParse(argc, argv, &cl, &error)) return Fail(error);
+  if (cl.version) return Version();
+  if (cl.man) {
+    ManPage();
+    return 0;
+  }
+  if (cl.command == "complete") return Complete(cl.words);
   if (cl.help || cl.command.empty()) {
     if (cl.help && !cl.command.empty() && cl.command != "help" && cl.command != "process") {
       // "qxfx simple-delay --help" reads as help for that effect.
@@ -380,6 +507,17 @@ int main(int argc, char** argv) {
     }
     Usage(cl.help ? stdout : stderr);
     return cl.help ? 0 : 2;
+  }
+  // An option the command would ignore is a mistake, and mistakes never exit 0.
+  for (const std::string& option : cl.given) {
+    static const char* const kAnywhere[] = {"--quiet", "--verbose", "--help", "--no-progress"};
+    bool fits = std::find(std::begin(kAnywhere), std::end(kAnywhere), option) != std::end(kAnywhere);
+    if (cl.command == "process") fits = option != "--json" && (option != "--jobs" || !cl.outDir.empty());
+    else if (option == "--json") fits = cl.command == "list" || cl.command == "presets" || cl.command == "params";
+    else if (option == "--lang") fits = cl.command == "presets" || cl.command == "params";
+    if (!fits)
+      return Fail(option + (option == "--jobs" ? " needs --out-dir (several files at once)"
+                                               : " does nothing for '" + cl.command + "'"));
   }
   if (cl.command == "list") return QxfxList(cl.json);
   if (cl.command == "register") return QxfxRegister(cl.quiet);
