@@ -63,12 +63,12 @@ EOF
 }
 
 render() {  # QXFX DIR
-  local qxfx=$1 dir=$2 name spec sig c b in out extra
+  local qxfx=$1 dir=$2 name setting sig c b in out extra
   inputs "$dir"
   mkdir -p "$dir/out"
-  while IFS='|' read -r name spec; do
+  while IFS='|' read -r name setting; do
     # Options may hold spaces (preset names): split on " --" instead of on blanks.
-    local args=() rest=$spec
+    local args=() rest=$setting
     args+=("${rest%% *}")
     rest=${rest#* }
     while [ -n "$rest" ]; do

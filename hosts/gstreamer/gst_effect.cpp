@@ -28,7 +28,7 @@ struct ClassProps {
   const QxGstElementInfo* info;
   const QxEffectView* view;
   guint preset, tempo, meter, rate;
-  std::vector<GParamSpec*> specs;  // the view's rows, by id - 1
+  std::vector<GParamSpec*> pspecs;  // the view's rows, by id - 1
 };
 std::map<GType, ClassProps>& Classes() {
   static std::map<GType, ClassProps> classes;
@@ -111,7 +111,7 @@ bool LoadPreset(GObject* object, const char* which) {
   GST_OBJECT_LOCK(object);
   fx->preset = names[static_cast<size_t>(index)];
   GST_OBJECT_UNLOCK(object);
-  for (GParamSpec* spec : PropsOf(object).specs) g_object_notify_by_pspec(object, spec);
+  for (GParamSpec* pspec : PropsOf(object).pspecs) g_object_notify_by_pspec(object, pspec);
   return true;
 }
 
@@ -248,9 +248,9 @@ void InstallProperties(GObjectClass* klass, const QxGstElementInfo* info) {
   c.view = QxFindEffectView(info->view);
   guint id = 1;
   for (const QxParamView& p : c.view->Params) {
-    GParamSpec* spec = SpecOf(info, p);
-    g_object_class_install_property(klass, id++, spec);
-    c.specs.push_back(spec);
+    GParamSpec* pspec = SpecOf(info, p);
+    g_object_class_install_property(klass, id++, pspec);
+    c.pspecs.push_back(pspec);
   }
   const auto rw = static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS);
   c.preset = id++;
@@ -286,7 +286,7 @@ void SetProperty(GObject* object, guint id, const GValue* value, GParamSpec* psp
   const ClassProps& c = PropsOf(object);
   QxGstEffect* fx = QxGstEffectOf(object);
   if (!fx || !fx->filter) return;
-  if (id >= 1 && id <= c.specs.size()) {
+  if (id >= 1 && id <= c.pspecs.size()) {
     const QxParamView& p = c.view->Params[id - 1];
     switch (G_VALUE_TYPE(value)) {
       case G_TYPE_BOOLEAN: QxParamSetLive(p, fx->filter.Get(), g_value_get_boolean(value) ? 1 : 0); break;
@@ -329,7 +329,7 @@ void GetProperty(GObject* object, guint id, GValue* value, GParamSpec* pspec) {
   const ClassProps& c = PropsOf(object);
   QxGstEffect* fx = QxGstEffectOf(object);
   if (!fx || !fx->filter) return;
-  if (id >= 1 && id <= c.specs.size()) {
+  if (id >= 1 && id <= c.pspecs.size()) {
     const QxParamView& p = c.view->Params[id - 1];
     const double natural = LiveNatural(fx, &p);
     switch (G_VALUE_TYPE(value)) {
@@ -353,7 +353,7 @@ void GetProperty(GObject* object, guint id, GValue* value, GParamSpec* pspec) {
       g_value_set_double(value, 100.0 / LiveNatural(fx, p));
     else if (const QxParamView* r = Param(fx, "Ratio"))
       g_value_set_double(value, LiveNatural(fx, r));
-  } else if (id > c.specs.size() && id != c.preset && id != c.tempo && id != c.meter) {
+  } else if (id > c.pspecs.size() && id != c.preset && id != c.tempo && id != c.meter) {
     G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
   }
 }
@@ -406,8 +406,8 @@ gchar** GetPresetNames(GstPreset* preset) {
 
 gchar** GetPropertyNames(GstPreset* preset) {
   const ClassProps& c = PropsOf(G_OBJECT(preset));
-  gchar** out = g_new0(gchar*, c.specs.size() + 1);
-  for (size_t i = 0; i < c.specs.size(); ++i) out[i] = g_strdup(g_param_spec_get_name(c.specs[i]));
+  gchar** out = g_new0(gchar*, c.pspecs.size() + 1);
+  for (size_t i = 0; i < c.pspecs.size(); ++i) out[i] = g_strdup(g_param_spec_get_name(c.pspecs[i]));
   return out;
 }
 
