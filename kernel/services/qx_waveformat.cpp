@@ -447,9 +447,13 @@ WAVEFORMATEX* QxAudio_AllocAndCopyWfx(const WAVEFORMATEX* format, QXWAVEFORMAT_C
   const bool asItStands = dest == QXWFCOPY_AUTO || (dest == QXWFCOPY_EXTENSIBLE && isExt) ||
                           ((dest == QXWFCOPY_PLAIN || dest == QXWFCOPY_PLAIN_NOMASK) && !isExt);
   if (asItStands) {
+    // An extensible record is read by its subformat whatever its extra size says, so the copy
+    // always has room for one (zero past the bytes the source gives).
     const DWORD bytes = QxAudio_WfxBytes(format);
-    void* p = CoTaskMemAlloc(bytes);
+    const DWORD room = isExt ? std::max<DWORD>(bytes, sizeof(WAVEFORMATEXTENSIBLE)) : bytes;
+    void* p = CoTaskMemAlloc(room);
     if (!p) return nullptr;
+    std::memset(p, 0, room);
     std::memcpy(p, format, bytes);
     return static_cast<WAVEFORMATEX*>(p);
   }

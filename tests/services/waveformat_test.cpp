@@ -308,6 +308,15 @@ TEST(WaveFormatCopy, AllocAndCopy) {
   EXPECT_EQ(wide->wFormatTag, WAVE_FORMAT_EXTENSIBLE);
   EXPECT_EQ(QxAudio_GetSampleType(wide), QXSAMPLETYPE_PCM8);
   CoTaskMemFree(wide);
+
+  // A short extensible record: its copy keeps only the bytes it has, yet reading it stays inside
+  // the copy (AddressSanitizer would see the subformat read past a bare 18-byte block).
+  WAVEFORMATEXTENSIBLE s = Ext(KSDATAFORMAT_SUBTYPE_PCM, 1, 8000, 16, 16, 4);
+  s.Format.cbSize = 0;
+  WAVEFORMATEX* shortCopy = QxAudio_AllocAndCopyWfx(&s.Format, QXWFCOPY_AUTO);
+  ASSERT_NE(shortCopy, nullptr);
+  EXPECT_EQ(QxAudio_GetSampleType(shortCopy), QXSAMPLETYPE_NONE);
+  CoTaskMemFree(shortCopy);
 }
 
 TEST(WaveFormatCopy, ExtensibleToPlainReduction) {
