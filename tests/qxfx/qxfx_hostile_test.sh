@@ -72,7 +72,7 @@ EOF
 # Non-finite input: counted by info, reported by process and made silent unless kept; a NaN never
 # becomes a full-scale whole-number sample.
 float_wav nan.wav 44100 2 44100 22050
-"$qxfx" info nan.wav | grep -q "peak -6.0.* 1 samples NaN or infinite" && ok || bad "info: $("$qxfx" info nan.wav)"
+"$qxfx" info nan.wav | grep -q "peak -6.0.* 1 sample NaN or infinite" && ok || bad "info: $("$qxfx" info nan.wav)"
 "$qxfx" process nan.wav clean.wav reverb 2>err.txt
 grep -q "has 1 sample that is NaN or infinite, the first at 0.500000 s (frame 22050, channel 1); replaced with silence" \
   err.txt && ok || bad "process report: $(cat err.txt)"

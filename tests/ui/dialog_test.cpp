@@ -80,7 +80,7 @@ TEST_F(Dialogs, ItemTextsGoThroughValueText) {
   // An equal text is not set again: nothing is invalidated.
   QxHeadless_Pump();
   RECT dirty{};
-  QxSetDlgItemTextNoFlash(dlg, kSampleEdit, u"50 %%");
+  QxSetDlgItemTextNoFlash(dlg, kSampleEdit, u"50 %%d");
   EXPECT_FALSE(GetUpdateRect(Item(kSampleEdit), &dirty, FALSE));
   QxSetDlgItemTextNoFlash(dlg, kSampleEdit, u"%d", 7);
   EXPECT_EQ(item(), u"7");
