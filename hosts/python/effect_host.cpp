@@ -16,6 +16,7 @@
 #include "platform/mediagraph/graph_runner.h"
 #include "platform/registry/utf.h"
 #include "tools/qxfx/file_graph.h"
+#include "hosts/common/effect_presets.h"
 #include "hosts/common/module_loader.h"
 
 namespace {
@@ -30,11 +31,6 @@ ComPtr<T> Query(IUnknown* u, REFIID iid) {
 }
 
 [[noreturn]] void Fail(std::string message) { throw PyHostError{std::move(message)}; }
-
-std::string Lower(std::string s) {
-  for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return s;
-}
 
 std::string Shortest(double v) {
   char buf[32];
@@ -114,19 +110,7 @@ bool PyEffect::InPlace() const {
   return name != "time-stretch" && name != "pitch-shift";
 }
 
-std::vector<std::string> PyEffect::Presets() {
-  std::vector<std::string> names;
-  auto presets = Query<IStaticFilterPreset>(filter_, IID_IStaticFilterPreset);
-  if (!presets) return names;
-  LONG count = 0;
-  presets->GetPresetCount(&count);
-  for (LONG i = 0; i < count; ++i) {
-    WCHAR buf[1024] = {};
-    presets->GetPresetName(i, buf);
-    names.push_back(QxUtf16ToUtf8(buf));
-  }
-  return names;
-}
+std::vector<std::string> PyEffect::Presets() { return QxPresetNames(filter_); }
 
 void PyEffect::LoadPreset(long index) {
   std::lock_guard<std::mutex> hold(lock_);
@@ -137,9 +121,9 @@ void PyEffect::LoadPreset(long index) {
 }
 
 void PyEffect::LoadPreset(const std::string& name) {
+  // By name or the beginning of one name, as qxfx and the GStreamer elements take it.
   const std::vector<std::string> names = Presets();
-  for (size_t i = 0; i < names.size(); ++i)
-    if (Lower(names[i]) == Lower(name)) return LoadPreset(static_cast<long>(i));
+  if (const long index = QxFindPreset(names, name); index >= 0) return LoadPreset(index);
   std::string list;
   for (const std::string& n : names) list += (list.empty() ? "'" : ", '") + n + "'";
   Fail("unknown preset '" + name + "' for " + view_->Name + "; the presets are " + list + ".");
