@@ -76,4 +76,26 @@ cmp -s t1.raw t2.raw && bad "a tempo change one frame earlier sounds the same" |
 # The bundle's TTL against the LV2 schemas.
 lv2_validate "$LV2_PATH"/qxppack1.lv2/*.ttl >out.txt 2>&1
 grep -q "Found 0 errors" out.txt && ! grep -qi "warn" out.txt && ok || bad "lv2_validate: $(tail -5 out.txt)"
+
+# Installed, the bundle lists its eight plugins and finds the installed module.
+cmake --install "$(dirname "$LV2_PATH")" --prefix "$work/prefix" >/dev/null || bad "install failed"
+[ "$(LV2_PATH=$work/prefix/lib/lv2 lv2ls | grep -c '^urn:qxppack1:lv2:')" = 8 ] && ok || bad "lv2ls after install"
+LV2_PATH=$work/prefix/lib/lv2 expect_ok "installed plugin" "$host" urn:qxppack1:lv2:chorus-stereo in2.wav i.raw
+
+# A real host: jalv runs the stereo Reverb against a JACK server with the dummy driver, where
+# a JACK server can start at all.
+up() { for _ in 1 2 3 4 5 6 7 8 9 10; do jack_lsp 2>/dev/null | grep -q "$1" && return 0; sleep 1; done; return 1; }
+if command -v jalv >/dev/null && command -v jackd >/dev/null; then
+  export JACK_DEFAULT_SERVER=qxlv2test$$ JACK_NO_AUDIO_RESERVATION=1
+  jackd -n "$JACK_DEFAULT_SERVER" -d dummy -r 48000 -p 1024 >jackd.txt 2>&1 & jack=$!
+  if up system:playback_1; then
+    LD_PRELOAD="$preload" ASAN_OPTIONS=detect_leaks=0 timeout 30 jalv -i -n qxreverb urn:qxppack1:lv2:reverb-stereo \
+      >jalv.txt 2>&1 & jalv=$!
+    up qxreverb:out_r && kill -0 $jalv && ok || bad "jalv: $(tail -3 jalv.txt)"
+    kill $jalv
+  else
+    echo "SKIP: no JACK server starts here: $(tail -1 jackd.txt)"
+  fi
+  kill $jack; wait
+fi
 finish
