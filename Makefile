@@ -14,7 +14,7 @@ JOBS ?= $(shell nproc)
 DEB_PACKAGES := cmake g++ make pkg-config libsndfile1-dev libgtest-dev libgmock-dev libbenchmark-dev sox \
   libcairo2-dev libpango1.0-dev fonts-dejavu-core libx11-dev xvfb xdotool \
   libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base \
-  gstreamer1.0-plugins-good \
+  gstreamer1.0-plugins-good lv2-dev liblilv-dev lilv-utils sordi serdi jalv jackd2 \
   pybind11-dev python3-dev python3-numpy python3-pytest python3-dask python3-distributed
 # The peers the benchmarks compare against, beyond sox.
 BENCH_PACKAGES := soundstretch
