@@ -13,7 +13,7 @@ constexpr COLORREF kCapFace = RGB(253, 253, 253);
 constexpr COLORREF kCapBorder = RGB(138, 138, 138);
 constexpr COLORREF kPressedFace = RGB(204, 228, 247);
 constexpr COLORREF kDisabled = RGB(191, 191, 191);
-constexpr COLORREF kDisabledFill = RGB(160, 160, 160);
+constexpr COLORREF kDisabledFill = RGB(178, 178, 178);
 
 bool Vertical(const FaderInstRec* f) { return f->state & FDST_VERTICAL; }
 bool Disabled(const FaderInstRec* f) { return f->state & FDST_DISABLED; }
