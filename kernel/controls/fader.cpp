@@ -152,7 +152,7 @@ int HitTest(const FaderInstRec* f, POINT p, int* channel, bool* inner) {
 }
 
 void Release(FaderInstRec* f) {
-  if (f->hitPart == -1) return;
+  if (f->hitPart < 0) return;
   const int part = f->hitPart;
   f->hitPart = -2;  // ReleaseCapture below reports back; ignore that
   if (GetCapture() == f->window) ReleaseCapture();
@@ -525,6 +525,7 @@ LRESULT FaderInst_Message(FaderInstRec* f, UINT msg, WPARAM wParam, LPARAM lPara
     case WM_SETFOCUS: f->state |= FDST_FOCUS; Redraw(f); return 0;
     case WM_KILLFOCUS: f->state &= ~FDST_FOCUS; Redraw(f); return 0;
     case WM_ENABLE:
+      f->style = wParam ? f->style & ~WS_DISABLED : f->style | WS_DISABLED;
       f->state = wParam ? f->state & ~FDST_DISABLED : f->state | FDST_DISABLED;
       if (!wParam) Release(f);
       Redraw(f);
@@ -575,7 +576,10 @@ LRESULT FaderWindowProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
       FaderInst_Move(f, &rc);
       return 0;
     }
-    case WM_GETDLGCODE: return DLGC_WANTARROWS | (f && f->hitPart >= 0 ? DLGC_WANTALLKEYS : 0);
+    case WM_GETDLGCODE:
+      // Escape belongs to a running gesture, and a stereo fader's letters are its own.
+      return DLGC_WANTARROWS | (f && f->hitPart >= 0 ? DLGC_WANTALLKEYS : 0) |
+             (f && Stereo(f) ? DLGC_WANTCHARS : 0);
     case WM_ERASEBKGND: return 1;
     case WM_PAINT: {
       PAINTSTRUCT ps;
