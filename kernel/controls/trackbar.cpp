@@ -453,8 +453,8 @@ void DrawTicks(TrackbarInstRec* t, cairo_t* cr, bool enabled) {
   bool v = Vertical(t);
   double c = RailCross(t) + 0.5;
   int limit = v ? t->client.right : t->client.bottom;
-  if (c + kThumbHalf + 6 > limit) return;  // no room beneath the thumb
-  double from = c + kThumbHalf + 2;
+  double from = c + kThumbHalf + 2;  // just clear of the focus ring
+  if (from + 3 > limit) return;       // no room beneath the thumb
   auto tick = [&](int value, double len, COLORREF col) {
     if (value < t->minValue || value > t->maxValue) return;
     Line(cr, v, PixelOf(t, value) + 0.5, from, std::min(from + len, static_cast<double>(limit)));
