@@ -8,7 +8,7 @@
 #include <cstdlib>
 
 #include "kernel/controls/control_laws.h"
-#include "kernel/controls/trackbar.h"
+#include "kernel/controls/value_control.h"
 
 using namespace qxctl;
 
@@ -24,15 +24,9 @@ HWND Target(const SpinnerInstRec* s) {
   return OwnWindow(s) ? GetParent(s->window) : s->window;
 }
 
-void Callback(SpinnerInstRec* s, int code) {
-  int v = s->value;
-  if (s->scrollProc) s->scrollProc(s, s->controlId, s->ownerData, code, &v, 1);
-  else SpinnerInst_DefScrollProc(s, s->controlId, s->ownerData, code, &v, 1);
-}
-
-void Invalidate(SpinnerInstRec* s) {
-  if (s->window) InvalidateRect(s->window, &s->client, FALSE);
-}
+using S = SpinnerInstRec;
+constexpr auto Callback = Notify<S, SpinnerInst_DefScrollProc>;
+constexpr auto Invalidate = Redraw<S>;
 
 void ApplyStyle(SpinnerInstRec* s, UINT style) {
   s->style = style & 0xFFFF;
@@ -56,38 +50,22 @@ int HitTest(const SpinnerInstRec* s, POINT pt) {
   int p = s->vertical ? pt.y : pt.x, m = Mid(s), g = Grip(s);
   if (p < m - g) return QX_SCROLL_LINEUP;
   if (p >= m + g) return QX_SCROLL_LINEDOWN;
-  return 5;
+  return kThumbPart;
 }
 
 int Along(const SpinnerInstRec* s, POINT pt) { return s->vertical ? pt.y : pt.x; }
-POINT PointOf(LPARAM l) { return POINT{GET_X_LPARAM(l), GET_Y_LPARAM(l)}; }
 
 void EndGesture(SpinnerInstRec* s) {
-  int part = s->hitPart;
-  if (part < 0) return;
-  s->hitPart = -1;
-  if (GetCapture() == s->window) ReleaseCapture();
-  KillTimer(s->window, QX_REPEAT_TIMER);
-  s->repeatTimer = 0;
-  if (part == 5) Callback(s, QX_SCROLL_POSITION);
-  Callback(s, QX_SCROLL_END);
+  if (StopGesture<S, SpinnerInst_DefScrollProc>(s) < 0) return;
   if (s->caretHidden) ShowCaret(nullptr), s->caretHidden = false;
   if (s->embedded && s->focusReturn && IsWindow(s->focusReturn)) SetFocus(s->focusReturn);
   s->focusReturn = nullptr;
-  Invalidate(s);
-}
-
-void Repeat(SpinnerInstRec* s) {
-  POINT pt;
-  GetCursorPos(&pt);
-  ScreenToClient(s->window, &pt);
-  if (s->hitPart >= 0 && s->hitPart != 5 && HitTest(s, pt) == s->hitPart) Callback(s, s->hitPart);
 }
 
 void Press(SpinnerInstRec* s, POINT pt, bool dbl) {
   if (s->disabled || s->hitPart >= 0) return;
   int part = HitTest(s, pt);
-  if (dbl && part == 5) {
+  if (dbl && part == kThumbPart) {
     s->value = Clamp(s->defaultValue, s->minValue, s->maxValue);
     Callback(s, QX_SCROLL_POSITION);
     return;
@@ -99,35 +77,28 @@ void Press(SpinnerInstRec* s, POINT pt, bool dbl) {
                 reinterpret_cast<LPARAM>(s->window));
   if (part < 0) return;
   if (!s->embedded) HideCaret(nullptr), s->caretHidden = true;
-  s->hitPart = part;
   s->dragStart = Along(s, pt);
-  Callback(s, QX_SCROLL_PRESS);
-  SetCapture(s->window);
   if (s->embedded) s->focusReturn = hadFocus;
-  if (part != 5) {
-    s->repeatTimer = SetTimer(s->window, QX_REPEAT_TIMER, QX_REPEAT_MS, nullptr);
-    Callback(s, part);  // one step at once; holding repeats it
-  }
-  Invalidate(s);
+  StartGesture<S, SpinnerInst_DefScrollProc>(s, part);
 }
 
 // The grip drags the value by the pointer's travel (up or right raises it), by half with Ctrl or
 // the right button, rounded away from zero.
 void Drag(SpinnerInstRec* s, POINT pt, WPARAM keys) {
-  if (s->hitPart != 5) {
-    Repeat(s);
-    return;
-  }
   int pos = Along(s, pt);
   int delta = s->vertical ? s->dragStart - pos : pos - s->dragStart;
-  if ((keys & (MK_CONTROL | MK_RBUTTON)) || CtrlHeld()) {
-    int half = (std::abs(delta) + 1) / 2;
-    delta = delta < 0 ? -half : half;
-  }
+  if (FineDrag(keys)) delta = HalfAway(delta);
   s->dragStart = pos;
   s->value = Clamp(s->value + delta, s->minValue, s->maxValue);
   Callback(s, QX_SCROLL_DRAGGING);
 }
+
+const Gesture kGesture = {
+    [](void* r, POINT pt, bool dbl) { Press(static_cast<S*>(r), pt, dbl); },
+    [](void* r, POINT pt, WPARAM keys) { Drag(static_cast<S*>(r), pt, keys); },
+    [](void* r) { EndGesture(static_cast<S*>(r)); },
+    [](void* r) { Repeat<S, SpinnerInst_DefScrollProc, HitTest>(static_cast<S*>(r)); },
+};
 
 int KeyCode(const SpinnerInstRec* s, UINT vk) {
   // Up and Right raise the value on either orientation.
@@ -269,6 +240,7 @@ int Spinner_DefScrollProc(UINT message, WPARAM wParam, HWND window, int lineStep
 }
 
 LRESULT SpinnerInst_Message(SpinnerInstRec* s, HWND window, UINT msg, WPARAM wParam, LPARAM lParam) {
+  if (GestureMessage(s, kGesture, msg, wParam, lParam)) return 0;
   switch (msg) {
     case WM_CREATE: {
       auto* cs = reinterpret_cast<CREATESTRUCTW*>(lParam);
@@ -288,17 +260,6 @@ LRESULT SpinnerInst_Message(SpinnerInstRec* s, HWND window, UINT msg, WPARAM wPa
       return 0;
     case WM_GETDLGCODE: return DLGC_WANTARROWS | (s->hitPart >= 0 ? DLGC_WANTMESSAGE : 0);
     case WM_ERASEBKGND: return 1;
-    case WM_LBUTTONDOWN: Press(s, PointOf(lParam), false); return 0;
-    case WM_LBUTTONDBLCLK: Press(s, PointOf(lParam), true); return 0;
-    case WM_MOUSEMOVE: if (s->hitPart >= 0) Drag(s, PointOf(lParam), wParam); return 0;
-    case WM_LBUTTONUP:
-    case WM_CANCELMODE: EndGesture(s); return 0;
-    case WM_CAPTURECHANGED:
-      if (reinterpret_cast<HWND>(lParam) != s->window) EndGesture(s);
-      return 0;
-    case WM_TIMER:
-      if (wParam == QX_REPEAT_TIMER) Repeat(s);
-      return 0;
     case WM_KEYDOWN:
       if (s->disabled) return 0;
       if (s->hitPart >= 0) {
@@ -409,41 +370,8 @@ void SpinnerInst_Draw(SpinnerInstRec* s, HDC dc) {
 
 // ---- Window class ---------------------------------------------------------------------------------
 
-namespace {
-
-LRESULT SpinnerWndProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
-  auto* s = reinterpret_cast<SpinnerInstRec*>(GetWindowLongPtr(h, 0));
-  switch (msg) {
-    case WM_NCCREATE:
-      SetWindowLongPtr(h, 0, reinterpret_cast<LONG_PTR>(new SpinnerInstRec));
-      return TRUE;
-    case WM_NCDESTROY:
-      if (s) SpinnerInst_Deinit(s);
-      delete s;
-      SetWindowLongPtr(h, 0, 0);
-      return 0;
-    case WM_PAINT: {
-      PAINTSTRUCT ps;
-      HDC dc = BeginPaint(h, &ps);
-      if (s) SpinnerInst_Draw(s, dc);
-      EndPaint(h, &ps);
-      return 0;
-    }
-  }
-  return s ? SpinnerInst_Message(s, h, msg, wParam, lParam) : DefWindowProc(h, msg, wParam, lParam);
-}
-
-}  // namespace
-
 BOOL SpinnerInitialize(HINSTANCE module) {
-  WNDCLASSW wc{};
-  wc.style = CS_DBLCLKS;
-  wc.lpfnWndProc = reinterpret_cast<WNDPROC_CLASS>(SpinnerWndProc);
-  wc.cbWndExtra = sizeof(void*);
-  wc.hInstance = module;
-  wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-  wc.lpszClassName = QX_SPINNER_CLASS;
-  return RegisterClassW(&wc) != 0;
+  return RegisterControlClass(QX_SPINNER_CLASS, ControlWndProc<S, SpinnerInst_Draw, SpinnerInst_Message>, module);
 }
 
 void SpinnerTerminate(HINSTANCE module) { UnregisterClassW(QX_SPINNER_CLASS, module); }

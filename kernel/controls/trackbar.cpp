@@ -7,56 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-namespace qxctl {
-
-int Clamp(int v, int lo, int hi) { return v < lo ? lo : v > hi ? hi : v; }
-
-int DefaultForRange(int minValue, int maxValue) {
-  if (minValue < 0 && maxValue >= 0) return maxValue == 0 ? minValue : 0;
-  return static_cast<int>((static_cast<long long>(minValue) + maxValue) / 2);
-}
-
-void SendScroll(HWND target, HWND control, bool vertical, int code, int value) {
-  WORD high = code == QX_SCROLL_POSITION || code == QX_SCROLL_DRAGGING ? static_cast<WORD>(value) : 0;
-  SendMessage(target, vertical ? WM_VSCROLL : WM_HSCROLL, MAKEWPARAM(static_cast<WORD>(code), high),
-              reinterpret_cast<LPARAM>(control));
-}
-
-void SendKeyNotify(HWND target, HWND control, UINT id, UINT key, LPARAM flags) {
-  QxNmKey nm{};
-  nm.hdr.hwndFrom = control;
-  nm.hdr.idFrom = id;
-  nm.hdr.code = static_cast<UINT>(QXN_KEY);
-  nm.key = key;
-  nm.flags = static_cast<UINT>(flags);
-  SendMessage(target, WM_NOTIFY, id, reinterpret_cast<LPARAM>(&nm));
-}
-
-bool CtrlHeld() { return GetKeyState(VK_CONTROL) & 0x8000; }
-
-bool IsClass(HWND window, const WCHAR* name) {
-  WCHAR buf[64];
-  int n = GetClassNameW(window, buf, 64);
-  for (int i = 0; i < n; ++i) {
-    auto lower = [](char16_t c) { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c; };
-    if (!name[i] || lower(buf[i]) != lower(name[i])) return false;
-  }
-  return n > 0 && !name[n];
-}
-
-HBRUSH ParentBrush(HWND control, HDC dc) {
-  HWND parent = GetParent(control);
-  auto b = parent ? reinterpret_cast<HBRUSH>(SendMessage(parent, WM_CTLCOLORSTATIC, reinterpret_cast<WPARAM>(dc),
-                                                         reinterpret_cast<LPARAM>(control)))
-                  : nullptr;
-  return b ? b : GetSysColorBrush(COLOR_3DFACE);
-}
-
-void SetCairoColor(cairo_t* cr, COLORREF c) {
-  cairo_set_source_rgb(cr, GetRValue(c) / 255.0, GetGValue(c) / 255.0, GetBValue(c) / 255.0);
-}
-
-}  // namespace qxctl
+#include "kernel/controls/value_control.h"
 
 using namespace qxctl;
 
@@ -75,15 +26,9 @@ HWND Target(const TrackbarInstRec* t) {
   return t->embedded ? t->window : GetParent(t->window);
 }
 
-void Callback(TrackbarInstRec* t, int code) {
-  int v = t->value;
-  if (t->scrollProc) t->scrollProc(t, t->controlId, t->ownerData, code, &v, 1);
-  else TrackbarInst_DefScrollProc(t, t->controlId, t->ownerData, code, &v, 1);
-}
-
-void Invalidate(TrackbarInstRec* t) {
-  if (t->window) InvalidateRect(t->window, &t->client, FALSE);
-}
+using T = TrackbarInstRec;
+constexpr auto Callback = Notify<T, TrackbarInst_DefScrollProc>;
+constexpr auto Invalidate = Redraw<T>;
 
 void ApplyLaw(TrackbarInstRec* t) {
   t->law.minValue = t->minValue;
@@ -148,70 +93,39 @@ void RangeChanged(TrackbarInstRec* t) {
 // -1 outside, 5 on the thumb, else the page code that moves the thumb towards the point.
 int HitTest(const TrackbarInstRec* t, POINT pt) {
   if (!PtInRect(&t->client, pt)) return -1;
-  if (PtInRect(&t->thumb, pt)) return 5;
+  if (PtInRect(&t->thumb, pt)) return kThumbPart;
   int p = PixelOf(t, t->value);
   return (Vertical(t) ? pt.y : pt.x) < p ? QX_SCROLL_PAGEUP : QX_SCROLL_PAGEDOWN;
 }
 
-POINT PointOf(LPARAM l) { return POINT{GET_X_LPARAM(l), GET_Y_LPARAM(l)}; }
 int Along(const TrackbarInstRec* t, POINT pt) { return Vertical(t) ? pt.y : pt.x; }
 
 void EndGesture(TrackbarInstRec* t) {
-  int part = t->hitPart;
-  if (part < 0) return;
-  t->hitPart = -1;
   t->state &= ~QXTS_FINEDRAG;
-  if (GetCapture() == t->window) ReleaseCapture();
-  if (part == 5) Callback(t, QX_SCROLL_POSITION);
-  KillTimer(t->window, QX_REPEAT_TIMER);
-  t->repeatTimer = 0;
-  Callback(t, QX_SCROLL_END);
-  Invalidate(t);
-}
-
-// A held press on the rail repeats its page code while the pointer stays on that side.
-void Repeat(TrackbarInstRec* t) {
-  POINT pt;
-  GetCursorPos(&pt);
-  ScreenToClient(t->window, &pt);
-  if (t->hitPart >= 0 && t->hitPart != 5 && HitTest(t, pt) == t->hitPart) Callback(t, t->hitPart);
+  StopGesture<T, TrackbarInst_DefScrollProc>(t);
 }
 
 void Press(TrackbarInstRec* t, POINT pt, bool dbl) {
   if (t->window && GetFocus() != t->window) SetFocus(t->window);
   int part = HitTest(t, pt);
   if (part < 0 || Blocked(t) || t->hitPart >= 0) return;
-  if (dbl && part == 5) {
+  if (dbl && part == kThumbPart) {
     SetPosition(t, t->defaultValue, true);
     Callback(t, QX_SCROLL_POSITION);
     return;
   }
   t->savedValue = t->value;
-  t->hitPart = part;
   t->pressTime = GetMessageTime();
   t->dragStart = Along(t, pt);
-  if (part == 5) t->dragOffset = PixelOf(t, t->value) - Along(t, pt);
-  SetCapture(t->window);
-  Callback(t, QX_SCROLL_PRESS);
-  if (part != 5) {
-    t->repeatTimer = SetTimer(t->window, QX_REPEAT_TIMER, QX_REPEAT_MS, nullptr);
-    Callback(t, part);  // one page at once; holding repeats it
-  }
-  Invalidate(t);
+  if (part == kThumbPart) t->dragOffset = PixelOf(t, t->value) - Along(t, pt);
+  StartGesture<T, TrackbarInst_DefScrollProc>(t, part);
 }
 
 void Drag(TrackbarInstRec* t, POINT pt, WPARAM keys) {
-  if (t->hitPart != 5) {
-    Repeat(t);
-    return;
-  }
   int pos = Along(t, pt);
-  bool fine = (keys & (MK_CONTROL | MK_RBUTTON)) || CtrlHeld();
-  if (fine) {
+  if (FineDrag(keys)) {
     t->state |= QXTS_FINEDRAG;
-    int delta = Vertical(t) ? t->dragStart - pos : pos - t->dragStart;
-    int half = (std::abs(delta) + 1) / 2;
-    SetPosition(t, t->value + (delta < 0 ? -half : half), true);
+    SetPosition(t, t->value + HalfAway(Vertical(t) ? t->dragStart - pos : pos - t->dragStart), true);
     t->dragStart = pos;
   } else {
     // Leaving a fine drag re-anchors the thumb under the pointer where it now stands.
@@ -272,6 +186,13 @@ LRESULT Wheel(TrackbarInstRec* t, WPARAM wParam) {
   Callback(t, QX_SCROLL_END);
   return 0;
 }
+
+const Gesture kGesture = {
+    [](void* r, POINT pt, bool dbl) { Press(static_cast<T*>(r), pt, dbl); },
+    [](void* r, POINT pt, WPARAM keys) { Drag(static_cast<T*>(r), pt, keys); },
+    [](void* r) { EndGesture(static_cast<T*>(r)); },
+    [](void* r) { Repeat<T, TrackbarInst_DefScrollProc, HitTest>(static_cast<T*>(r)); },
+};
 
 void SetOption(TrackbarInstRec* t, UINT bit, bool on, bool repaint) {
   t->state = on ? t->state | bit : t->state & ~bit;
@@ -344,6 +265,7 @@ int Trackbar_DefScrollProc(UINT message, WPARAM wParam, HWND window, int lineSte
 }
 
 LRESULT TrackbarInst_Message(TrackbarInstRec* t, HWND window, UINT msg, WPARAM wParam, LPARAM lParam) {
+  if (GestureMessage(t, kGesture, msg, wParam, lParam)) return 0;
   switch (msg) {
     case WM_CREATE: {
       auto* cs = reinterpret_cast<CREATESTRUCTW*>(lParam);
@@ -367,17 +289,6 @@ LRESULT TrackbarInst_Message(TrackbarInstRec* t, HWND window, UINT msg, WPARAM w
       return 0;
     case WM_GETDLGCODE: return DLGC_WANTARROWS | (t->hitPart >= 0 ? DLGC_WANTMESSAGE : 0);
     case WM_ERASEBKGND: return 1;
-    case WM_LBUTTONDOWN: Press(t, PointOf(lParam), false); return 0;
-    case WM_LBUTTONDBLCLK: Press(t, PointOf(lParam), true); return 0;
-    case WM_MOUSEMOVE: if (t->hitPart >= 0) Drag(t, PointOf(lParam), wParam); return 0;
-    case WM_LBUTTONUP:
-    case WM_CANCELMODE: EndGesture(t); return 0;
-    case WM_CAPTURECHANGED:
-      if (reinterpret_cast<HWND>(lParam) != t->window) EndGesture(t);
-      return 0;
-    case WM_TIMER:
-      if (wParam == QX_REPEAT_TIMER) Repeat(t);
-      return 0;
     case WM_KEYDOWN: return KeyDown(t, wParam, lParam);
     case WM_KEYUP:
       if (!Blocked(t) && ((wParam >= VK_PRIOR && wParam <= VK_DOWN) || wParam == VK_F3 || wParam == VK_F9))
@@ -471,7 +382,7 @@ void DrawTicks(TrackbarInstRec* t, cairo_t* cr, bool enabled) {
 }  // namespace
 
 void TrackbarInst_DrawThumb(TrackbarInstRec* t, HDC dc) {
-  bool enabled = !(t->state & QXTS_DISABLED), pressed = t->hitPart == 5;
+  bool enabled = !(t->state & QXTS_DISABLED), pressed = t->hitPart == kThumbPart;
   const RECT& r = t->thumb;
   double cx = (r.left + r.right) / 2.0, cy = (r.top + r.bottom) / 2.0;
   if (t->thumbImages && ImageList_GetImageCount(t->thumbImages) > 0) {
@@ -528,31 +439,6 @@ void TrackbarInst_Draw(TrackbarInstRec* t, HDC dc) {
 
 // ---- Window class ---------------------------------------------------------------------------------
 
-namespace {
-
-LRESULT TrackbarWndProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
-  auto* t = reinterpret_cast<TrackbarInstRec*>(GetWindowLongPtr(h, 0));
-  switch (msg) {
-    case WM_NCCREATE:
-      SetWindowLongPtr(h, 0, reinterpret_cast<LONG_PTR>(new TrackbarInstRec));
-      return TRUE;
-    case WM_NCDESTROY:
-      delete t;
-      SetWindowLongPtr(h, 0, 0);
-      return 0;
-    case WM_PAINT: {
-      PAINTSTRUCT ps;
-      HDC dc = BeginPaint(h, &ps);
-      if (t) TrackbarInst_Draw(t, dc);
-      EndPaint(h, &ps);
-      return 0;
-    }
-  }
-  return t ? TrackbarInst_Message(t, h, msg, wParam, lParam) : DefWindowProc(h, msg, wParam, lParam);
-}
-
-}  // namespace
-
 TrackbarInstRec* Trackbar_Inst(HWND window) {
   return IsClass(window, QX_TRACKBAR_CLASS) ? reinterpret_cast<TrackbarInstRec*>(GetWindowLongPtr(window, 0))
                                             : nullptr;
@@ -565,14 +451,7 @@ BOOL Trackbar_SetTicks(HWND window, const int* values, int count) {
 }
 
 BOOL TrackbarInitialize(HINSTANCE module) {
-  WNDCLASSW wc{};
-  wc.style = CS_DBLCLKS;
-  wc.lpfnWndProc = reinterpret_cast<WNDPROC_CLASS>(TrackbarWndProc);
-  wc.cbWndExtra = sizeof(void*);
-  wc.hInstance = module;
-  wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-  wc.lpszClassName = QX_TRACKBAR_CLASS;
-  return RegisterClassW(&wc) != 0;
+  return RegisterControlClass(QX_TRACKBAR_CLASS, ControlWndProc<T, TrackbarInst_Draw, TrackbarInst_Message>, module);
 }
 
 void TrackbarTerminate(HINSTANCE module) { UnregisterClassW(QX_TRACKBAR_CLASS, module); }

@@ -96,22 +96,3 @@ BOOL Trackbar_SetTicks(HWND window, const int* values, int count);
 // The record behind a trackbar window, null for another window.
 TrackbarInstRec* Trackbar_Inst(HWND window);
 
-// Small pieces the Trackbar and the Spinner share.
-namespace qxctl {
-int Clamp(int v, int lo, int hi);
-// The range-change rule: 0 when the range straddles 0 (the minimum when the maximum is 0),
-// otherwise the middle.
-int DefaultForRange(int minValue, int maxValue);
-// WM_HSCROLL or WM_VSCROLL with the code, the value for codes 4 and 5, and the control as lParam.
-void SendScroll(HWND target, HWND control, bool vertical, int code, int value);
-// An unhandled key to the parent as WM_NOTIFY -102.
-void SendKeyNotify(HWND target, HWND control, UINT id, UINT key, LPARAM flags);
-bool CtrlHeld();
-bool IsClass(HWND window, const WCHAR* name);
-// The parent's WM_CTLCOLORSTATIC brush for the control, the dialog face when it gives none.
-HBRUSH ParentBrush(HWND control, HDC dc);
-void SetCairoColor(cairo_t* cr, COLORREF c);
-inline constexpr COLORREF kAccent = RGB(0, 120, 215);
-inline constexpr COLORREF kBorder = RGB(122, 122, 122);
-inline constexpr COLORREF kDisabled = RGB(191, 191, 191);
-}  // namespace qxctl
