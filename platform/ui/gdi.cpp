@@ -5,6 +5,7 @@
 #include <pango/pangocairo.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -238,7 +239,10 @@ cairo_status_t ReadPng(void* closure, unsigned char* data, unsigned int length) 
   return CAIRO_STATUS_SUCCESS;
 }
 
+std::atomic<int> g_liveBitmaps{0};
+
 HBITMAP WrapSurface(cairo_surface_t* s) {
+  ++g_liveBitmaps;
   auto* b = new HBITMAP__;
   b->kind = kBitmap;
   b->stock = false;
@@ -322,6 +326,7 @@ BOOL DeleteDC(HDC hdc) {
   if (hdc->bitmap && hdc->bitmap->stock) {
     cairo_surface_destroy(hdc->bitmap->s);
     delete hdc->bitmap;
+    --g_liveBitmaps;
   }
   cairo_destroy(hdc->cr);
   delete hdc;
@@ -394,6 +399,7 @@ BOOL DeleteObject(HGDIOBJ obj) {
     case kBitmap:
       cairo_surface_destroy(static_cast<HBITMAP>(obj)->s);
       delete static_cast<HBITMAP>(obj);
+      --g_liveBitmaps;
       break;
     default: return FALSE;
   }
@@ -401,6 +407,8 @@ BOOL DeleteObject(HGDIOBJ obj) {
 }
 
 HGDIOBJ GetStockObject(int which) { return Stock(which); }
+
+int QxUi_LiveBitmapCount() { return g_liveBitmaps.load(); }
 
 int GetObjectW(HGDIOBJ obj, int size, void* out) {
   if (!obj) return 0;

@@ -90,6 +90,8 @@ HGDIOBJ SelectObject(HDC hdc, HGDIOBJ obj);
 BOOL DeleteObject(HGDIOBJ obj);  // stock objects and system colour brushes are never deleted
 HGDIOBJ GetStockObject(int which);
 int GetObjectW(HGDIOBJ obj, int size, void* out);  // BITMAP and LOGFONTW
+// Bitmaps made and not yet deleted, in the whole process: for checks that a picture was freed.
+int QxUi_LiveBitmapCount();
 HPEN CreatePen(int style, int width, COLORREF color);
 HBRUSH CreateSolidBrush(COLORREF color);
 HFONT CreateFontIndirectW(const LOGFONTW* lf);
