@@ -158,13 +158,7 @@ void Rgba(cairo_t* cr, COLORREF c, double a) {
 
 void Pill(cairo_t* cr, const RECT& rc, COLORREF fill, double fillAlpha, COLORREF line, double lineAlpha) {
   double x = rc.left + 0.5, y = rc.top + 0.5, w = rc.right - rc.left - 1.0, h = rc.bottom - rc.top - 1.0;
-  double rad = std::min(h / 2, 6.0);
-  cairo_new_sub_path(cr);
-  cairo_arc(cr, x + w - rad, y + rad, rad, -1.5708, 0);
-  cairo_arc(cr, x + w - rad, y + h - rad, rad, 0, 1.5708);
-  cairo_arc(cr, x + rad, y + h - rad, rad, 1.5708, 3.14159);
-  cairo_arc(cr, x + rad, y + rad, rad, 3.14159, 4.71239);
-  cairo_close_path(cr);
+  QxUi_RoundRectPath(cr, x, y, w, h, std::min(h / 2, 6.0));
   Rgba(cr, fill, fillAlpha);
   cairo_fill_preserve(cr);
   Rgba(cr, line, lineAlpha);

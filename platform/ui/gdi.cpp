@@ -893,14 +893,17 @@ void QxUi_RoundRect(HDC hdc, const RECT* r, double radius, COLORREF fill, COLORR
   cairo_save(cr);
   cairo_set_antialias(cr, CAIRO_ANTIALIAS_DEFAULT);
   double x = r->left + 0.5, y = r->top + 0.5, w = r->right - r->left - 1.0, h = r->bottom - r->top - 1.0;
-  radius = std::min({radius, w / 2, h / 2});
+  QxUi_RoundRectPath(cr, x, y, w, h, std::min({radius, w / 2, h / 2}));
+  PaintSmooth(cr, fill, border);
+}
+
+void QxUi_RoundRectPath(cairo_t* cr, double x, double y, double w, double h, double radius) {
   cairo_new_sub_path(cr);
   cairo_arc(cr, x + w - radius, y + radius, radius, -M_PI / 2, 0);
   cairo_arc(cr, x + w - radius, y + h - radius, radius, 0, M_PI / 2);
   cairo_arc(cr, x + radius, y + h - radius, radius, M_PI / 2, M_PI);
   cairo_arc(cr, x + radius, y + radius, radius, M_PI, 3 * M_PI / 2);
   cairo_close_path(cr);
-  PaintSmooth(cr, fill, border);
 }
 
 void QxUi_Circle(HDC hdc, double cx, double cy, double radius, COLORREF fill, COLORREF border) {

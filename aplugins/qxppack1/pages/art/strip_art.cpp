@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+#include "platform/ui/gdi.h"
+
 namespace {
 
 constexpr double kPi = 3.14159265358979;
@@ -20,15 +22,6 @@ void Stop(cairo_pattern_t* p, double at, unsigned hex, double a = 1.0) {
 void Source(cairo_t* cr, unsigned hex, double a = 1.0) {
   Rgb c = Hex(hex);
   cairo_set_source_rgba(cr, c.r, c.g, c.b, a);
-}
-
-void RoundedSquare(cairo_t* cr, double x, double y, double w, double h, double r) {
-  cairo_new_sub_path(cr);
-  cairo_arc(cr, x + w - r, y + r, r, -kPi / 2, 0);
-  cairo_arc(cr, x + w - r, y + h - r, r, 0, kPi / 2);
-  cairo_arc(cr, x + r, y + h - r, r, kPi / 2, kPi);
-  cairo_arc(cr, x + r, y + r, r, kPi, 3 * kPi / 2);
-  cairo_close_path(cr);
 }
 
 void PowerGlyph(cairo_t* cr, double cx, double cy, unsigned hex, double alpha, bool glow) {
@@ -59,7 +52,7 @@ void Toggle(cairo_t* cr, int look) {
     Stop(face, 0, hot ? 0x53627a : 0x435168);
     Stop(face, 1, hot ? 0x3b485d : 0x313c4e);
   }
-  RoundedSquare(cr, x, y, s, s, 5);
+  QxUi_RoundRectPath(cr, x, y, s, s, 5);
   cairo_set_source(cr, face);
   cairo_fill_preserve(cr);
   cairo_pattern_destroy(face);
@@ -70,11 +63,11 @@ void Toggle(cairo_t* cr, int look) {
   if (on || pushed) {
     // A shadow along the inside top edge reads as pressed in.
     cairo_save(cr);
-    RoundedSquare(cr, x + 0.5, y + 0.5, s - 1, s - 1, 4.5);
+    QxUi_RoundRectPath(cr, x + 0.5, y + 0.5, s - 1, s - 1, 4.5);
     cairo_clip(cr);
     Source(cr, 0x000000, 0.45);
     cairo_set_line_width(cr, 2);
-    RoundedSquare(cr, x - 0.5, y + 0.5, s + 1, s + 3, 5);
+    QxUi_RoundRectPath(cr, x - 0.5, y + 0.5, s + 1, s + 3, 5);
     cairo_stroke(cr);
     cairo_restore(cr);
   } else {
@@ -153,7 +146,7 @@ cairo_surface_t* QxArt_StripEmblem() {
   cairo_pattern_t* fill = cairo_pattern_create_linear(0, 0, kCell, kCell);
   Stop(fill, 0, 0x2dd4bf);
   Stop(fill, 1, 0x6366f1);
-  RoundedSquare(cr, 1, 1, kCell - 2, kCell - 2, 5);
+  QxUi_RoundRectPath(cr, 1, 1, kCell - 2, kCell - 2, 5);
   cairo_set_source(cr, fill);
   cairo_fill(cr);
   cairo_pattern_destroy(fill);
