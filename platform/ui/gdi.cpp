@@ -5,6 +5,7 @@
 #include <pango/pangocairo.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -238,7 +239,10 @@ cairo_status_t ReadPng(void* closure, unsigned char* data, unsigned int length) 
   return CAIRO_STATUS_SUCCESS;
 }
 
+std::atomic<int> g_liveBitmaps{0};
+
 HBITMAP WrapSurface(cairo_surface_t* s) {
+  ++g_liveBitmaps;
   auto* b = new HBITMAP__;
   b->kind = kBitmap;
   b->stock = false;
@@ -322,6 +326,7 @@ BOOL DeleteDC(HDC hdc) {
   if (hdc->bitmap && hdc->bitmap->stock) {
     cairo_surface_destroy(hdc->bitmap->s);
     delete hdc->bitmap;
+    --g_liveBitmaps;
   }
   cairo_destroy(hdc->cr);
   delete hdc;
@@ -394,6 +399,7 @@ BOOL DeleteObject(HGDIOBJ obj) {
     case kBitmap:
       cairo_surface_destroy(static_cast<HBITMAP>(obj)->s);
       delete static_cast<HBITMAP>(obj);
+      --g_liveBitmaps;
       break;
     default: return FALSE;
   }
@@ -401,6 +407,8 @@ BOOL DeleteObject(HGDIOBJ obj) {
 }
 
 HGDIOBJ GetStockObject(int which) { return Stock(which); }
+
+int QxUi_LiveBitmapCount() { return g_liveBitmaps.load(); }
 
 int GetObjectW(HGDIOBJ obj, int size, void* out) {
   if (!obj) return 0;
@@ -885,14 +893,17 @@ void QxUi_RoundRect(HDC hdc, const RECT* r, double radius, COLORREF fill, COLORR
   cairo_save(cr);
   cairo_set_antialias(cr, CAIRO_ANTIALIAS_DEFAULT);
   double x = r->left + 0.5, y = r->top + 0.5, w = r->right - r->left - 1.0, h = r->bottom - r->top - 1.0;
-  radius = std::min({radius, w / 2, h / 2});
+  QxUi_RoundRectPath(cr, x, y, w, h, std::min({radius, w / 2, h / 2}));
+  PaintSmooth(cr, fill, border);
+}
+
+void QxUi_RoundRectPath(cairo_t* cr, double x, double y, double w, double h, double radius) {
   cairo_new_sub_path(cr);
   cairo_arc(cr, x + w - radius, y + radius, radius, -M_PI / 2, 0);
   cairo_arc(cr, x + w - radius, y + h - radius, radius, 0, M_PI / 2);
   cairo_arc(cr, x + radius, y + h - radius, radius, M_PI / 2, M_PI);
   cairo_arc(cr, x + radius, y + radius, radius, M_PI, 3 * M_PI / 2);
   cairo_close_path(cr);
-  PaintSmooth(cr, fill, border);
 }
 
 void QxUi_Circle(HDC hdc, double cx, double cy, double radius, COLORREF fill, COLORREF border) {

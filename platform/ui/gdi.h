@@ -90,6 +90,8 @@ HGDIOBJ SelectObject(HDC hdc, HGDIOBJ obj);
 BOOL DeleteObject(HGDIOBJ obj);  // stock objects and system colour brushes are never deleted
 HGDIOBJ GetStockObject(int which);
 int GetObjectW(HGDIOBJ obj, int size, void* out);  // BITMAP and LOGFONTW
+// Bitmaps made and not yet deleted, in the whole process: for checks that a picture was freed.
+int QxUi_LiveBitmapCount();
 HPEN CreatePen(int style, int width, COLORREF color);
 HBRUSH CreateSolidBrush(COLORREF color);
 HFONT CreateFontIndirectW(const LOGFONTW* lf);
@@ -155,3 +157,5 @@ BOOL ImageList_Draw(HIMAGELIST list, int index, HDC hdc, int x, int y, UINT styl
 // Antialiased helpers for the layer's own look (and controls that want it).
 void QxUi_RoundRect(HDC hdc, const RECT* rect, double radius, COLORREF fill, COLORREF border);
 void QxUi_Circle(HDC hdc, double cx, double cy, double radius, COLORREF fill, COLORREF border);
+// Adds a closed rounded rectangle to the current path of `cr`, for shapes filled or stroked there.
+void QxUi_RoundRectPath(cairo_t* cr, double x, double y, double w, double h, double radius);

@@ -22,7 +22,10 @@ void MarkTree(HWND h, const RECT& area, bool erase) {
   if (!IntersectRect(&part, &vis, &area)) return;
   UnionRect(&w->update, &w->update, &part);
   w->erase = w->erase || erase;
-  for (HWND c : w->children) MarkTree(c, area, erase);
+  // The update is one rectangle, so it may now cover children that `area` missed; the parent
+  // paints all of it, and every child under it must paint again on top.
+  RECT grown = w->update;
+  for (HWND c : w->children) MarkTree(c, grown, erase);
 }
 
 // Pre-order: the parent, then its children from the bottom of the z-order up.
