@@ -6,8 +6,11 @@
 //  1. Derive from CQxPropPage and pass a QxPageLayout: dialog number n001, title string n000, the
 //     catalogue number of the effect's name (the strip's title), the control interface's IID and
 //     whether the page follows automation with the 50 ms timer.
-//  2. Register the dialog template under n001 with QxPages_AddDialog (pages_resources.h) and add a
-//     row to the class table (module/class_table.cpp) whose creation function makes the page.
+//  2. In the page's constructor register its dialog template (a QxDialogTemplate table in
+//     <effect>_dialog.cpp) with QxUi_AddDialogTemplate(QxPages_Instance(), n001, &template); give the
+//     page a static CreateInstance and put it in its class table row (module/class_table.cpp). Add
+//     the page's files to qx_pages in pages/CMakeLists.txt and its tests as tests/pages/*_test.cpp
+//     (page_rig.h opens a filter's page in a headless frame).
 //  3. Override RegisterNotify (the interface's RegisterWindow / RegisterNotifyWindow), Refresh(id,
 //     force) (id 0 means all; 32700 arrives as 0), and as needed InitControls (ranges, marks, lists,
 //     run once at WM_INITDIALOG before the first Refresh), OnFollow (each timer tick), OnCommand
