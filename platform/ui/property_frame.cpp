@@ -9,10 +9,9 @@ const QxDialogItem kButtons[] = {
     {u"BUTTON", IDCANCEL, u"Cancel", 0, 0, 50, 14, BS_PUSHBUTTON | WS_TABSTOP},
     {u"BUTTON", QX_FRAME_APPLY, u"&Apply", 0, 0, 50, 14, BS_PUSHBUTTON | WS_TABSTOP},
 };
-const QxDialogTemplate kFrame{WS_POPUP | WS_CAPTION | WS_SYSMENU, WS_EX_CONTROLPARENT, 0, 0, 100, 40, u"",
+// A window of its own (not a popup), so that it has a title and the window manager's frame.
+const QxDialogTemplate kFrame{WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU, WS_EX_CONTROLPARENT, 0, 0, 100, 40, u"",
                               kButtons, 3};
-const QxDialogTemplate kBare{WS_POPUP | WS_CAPTION | WS_SYSMENU, WS_EX_CONTROLPARENT, 0, 0, 100, 40, u"",
-                             nullptr, 0};
 
 // Dialog units to pixels along one axis.
 int Du(int units, bool vertical) {
@@ -59,13 +58,16 @@ CQxPropertyFrame* CQxPropertyFrame::Open(IPropertyPage* page, IUnknown* object, 
   f->object_ = object;
   page->AddRef();
   object->AddRef();
-  f->window_ = CreateDialogIndirectParamW(nullptr, buttons ? &kFrame : &kBare, nullptr, FrameProc,
-                                          reinterpret_cast<LPARAM>(f));
+  // The title goes in with the template: a display takes the window's name when it is made.
+  f->caption_ = caption ? caption : info.pszTitle ? info.pszTitle : u"";
+  QxDialogTemplate t = kFrame;
+  t.title = f->caption_.c_str();
+  if (!buttons) t.count = 0;
+  f->window_ = CreateDialogIndirectParamW(nullptr, &t, nullptr, FrameProc, reinterpret_cast<LPARAM>(f));
   const int margin = Du(7, false), gap = Du(4, false), bw = Du(50, false), bh = Du(14, true);
   const int rowH = buttons ? bh + 2 * Du(7, true) : 0;
   const SIZE size = info.size;
   if (f->window_) {
-    SetWindowTextW(f->window_, caption ? caption : info.pszTitle ? info.pszTitle : u"");
     MoveWindow(f->window_, 0, 0, size.cx, size.cy + rowH, FALSE);
     int x = size.cx - margin - bw, y = size.cy + Du(7, true);
     for (int id : {QX_FRAME_APPLY, IDCANCEL, IDOK}) {

@@ -6,6 +6,7 @@
 // Cancel (or closing the window) loads back the object's state as the frame opened or as the last
 // Apply left it, when the object answers IPersistStream. OK applies and keeps what is there.
 #pragma once
+#include <string>
 #include <vector>
 
 #include "platform/com/stream.h"
@@ -56,6 +57,7 @@ class CQxPropertyFrame {
   IPropertyPage* page_ = nullptr;
   IUnknown* object_ = nullptr;
   HWND window_ = nullptr;
+  std::u16string caption_;
   std::vector<BYTE> restore_;
   bool hasRestore_ = false;
   int result_ = 0;
