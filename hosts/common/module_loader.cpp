@@ -94,3 +94,5 @@ HRESULT QxHostModule::CreateInstance(REFCLSID clsid, REFIID riid, void** ppv) co
   if (FAILED(hr)) return hr;
   return factory->CreateInstance(nullptr, riid, ppv);
 }
+
+void* QxHostModule::Symbol(const char* name) const { return handle_ ? dlsym(handle_, name) : nullptr; }

@@ -24,6 +24,9 @@ class QxHostModule {
   // The full path the module was loaded from.
   const std::string& Path() const { return path_; }
 
+  // Another function the module exports, by name (null when it has none).
+  void* Symbol(const char* name) const;
+
   // Makes an instance of `clsid` and asks it for `riid`, as a host would through the class factory.
   HRESULT CreateInstance(REFCLSID clsid, REFIID riid, void** ppv) const;
 

@@ -59,3 +59,16 @@ BOOL QxSetDlgItemTextNoFlash(HWND dialog, int id, const WCHAR* format, ...) {
   va_end(args);
   return ok;
 }
+
+int QxFixNameForMenu(const WCHAR* name, WCHAR* out, int size) {
+  if (!out || size < 1) return 0;
+  int n = 0;
+  for (const WCHAR* p = name ? name : u""; *p; ++p) {
+    const int need = *p == u'&' ? 2 : 1;
+    if (n + need > size - 1) break;
+    if (*p == u'&') out[n++] = u'&';
+    out[n++] = *p == u'\t' ? u' ' : *p;
+  }
+  out[n] = 0;
+  return n;
+}

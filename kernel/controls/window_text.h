@@ -16,3 +16,7 @@ BOOL QxSetDlgItemTextNoF(HWND dialog, int id, const WCHAR* text);
 // is refreshed on every timer tick does not repaint (and flicker) for nothing.
 BOOL QxSetWindowTextNoFlash(HWND hwnd, const WCHAR* format, ...);
 BOOL QxSetDlgItemTextNoFlash(HWND dialog, int id, const WCHAR* format, ...);
+
+// A name as a menu item shows it: each "&" doubled so none becomes a mnemonic, tabs as spaces.
+// Writes at most `size` units with the terminator; answers the length written.
+int QxFixNameForMenu(const WCHAR* name, WCHAR* out, int size);

@@ -35,7 +35,8 @@ bool TakesValue(const std::string& name) {
                                         "--preset",       "--set",       "--param",     "--automate",   "--load-state",
                                         "--save-state",   "--lang",      "--tempo",      "--meter",
                                         "--tempo-map",    "--percent",   "--tempo-from", "--tempo-to",
-                                        "--semitones",    "--cents",     "--gain",       "--raw-input",  "-j"};
+                                        "--semitones",    "--cents",     "--gain",       "--raw-input",  "-j",
+                                        "--png"};
   for (const char* v : kValued)
     if (name == v) return true;
   return false;
@@ -201,6 +202,8 @@ bool QxfxParse(int argc, char** argv, QxfxCommandLine* out, std::string* error) 
       out->outDir = value;
     } else if (name == "--output-format") {
       out->outputFormat = value;
+    } else if (name == "--png") {
+      out->png = value;
     } else if (IsEffectOption(name)) {
       if (process && groups.size() == 1) firstClosed = true;
       QxfxEffectArgs* target = process ? &groups.back() : static_cast<QxfxEffectArgs*>(out);

@@ -59,6 +59,7 @@ struct QxfxCommandLine : QxfxEffectArgs {
   std::string outDir;                  // --out-dir DIR
   std::vector<QxfxEffectArgs> chain;   // process: the effects in order
   std::string outputFormat;            // --output-format CONTAINER:ENCODING
+  std::string png;                     // page: --png FILE
   long blockFrames = 4096;
   long jobs = 1;                       // -j N
   bool verbose = false;

@@ -18,6 +18,7 @@
 #include "tools/qxfx/module_commands.h"
 #include "tools/qxfx/module_loader.h"
 #include "tools/qxfx/output_format.h"
+#include "tools/qxfx/page_commands.h"
 #include "tools/qxfx/pitch_options.h"
 #include "tools/qxfx/temp_files.h"
 #include "tools/qxfx/tempo_host.h"
@@ -50,6 +51,13 @@ const char kUsage[] =
     "                            (e.g. 1031 German, 0 back to the environment's)\n"
     "  qxfx help [EFFECT]        this text, or an effect's parameters, values and presets\n"
     "  qxfx info FILE            length, form and peak level of an audio file\n"
+    "  qxfx page EFFECT [effect options] --png FILE | --json\n"
+    "        draw the effect's page without a display into FILE (PNG), or print its\n"
+    "        controls (id, class, text, state, value and range, list selection) as JSON\n"
+    "  qxfx edit EFFECT [effect options] [--save-state FILE]\n"
+    "        open the effect's page in a window (with OK, Cancel and Apply) on the X\n"
+    "        display, over the effect the options set up; OK writes the state to FILE,\n"
+    "        which qxfx process ... --load-state FILE then uses; Cancel writes nothing\n"
     "\n"
     "effect options (they set the effect they follow, applied in this order):\n"
     "  --lang LCID               language of names and texts, e.g. 1031 or 0x407\n"
@@ -93,7 +101,8 @@ const char kUsage[] =
     "  --no-progress             no progress bar (it shows only on a terminal, after 1 s)\n"
     "  --keep-nonfinite          pass NaN and infinite input samples to the effects as they\n"
     "                            are (by default they are reported and made silent)\n"
-    "  --json                    list, presets and params as JSON\n"
+    "  --json                    list, presets, params and page as JSON\n"
+    "  --png FILE                page: the picture of the page\n"
     "  --version                 qxfx's version and the module it loads\n"
     "  -h, --help                this text\n"
     "\n"
@@ -229,6 +238,29 @@ int Listing(const QxfxCommandLine& cl) {
     QxfxPrintParams(filter.Get(), *effect, false);
   }
   return 0;
+}
+
+// qxfx page / qxfx edit EFFECT [effect options]: the page over a filter the options set up as
+// process would (tempo at 44100 Hz, there being no file).
+int PageOrEdit(const QxfxCommandLine& cl) {
+  if (cl.words.size() != 1) return Fail(cl.command + " needs one EFFECT (qxfx list shows them)");
+  const QxfxEffect* effect = EffectOrComplain(cl.words[0]);
+  if (!effect) return 1;
+  ComPtr<IBaseFilter> filter;
+  std::string error;
+  if (!MakeFilter(*effect, &filter, &error) || !QxfxConfigure(filter.Get(), *effect, cl, &error) ||
+      !QxfxApplyTimeArgs(filter.Get(), *effect, cl, &error) || !QxfxApplyPitchArgs(filter.Get(), *effect, cl, &error))
+    return Fail(error);
+  QxfxTempoOptions tempo;
+  tempo.tempo = cl.tempo;
+  tempo.numerator = cl.meterNumerator;
+  tempo.denominator = cl.meterDenominator;
+  tempo.mapFile = cl.tempoMap;
+  bool connected = false;
+  if (!QxfxConnectTempo(filter.Get(), tempo, "", &connected, &error)) return Fail(error);
+  if (tempo.Any() && !connected)
+    return Fail(effect->name + " does not follow tempo, so --tempo, --meter and --tempo-map would change nothing");
+  return QxfxShowPage(filter.Get(), effect->name, cl);
 }
 
 // qxfx help EFFECT: the fields with their ranges, units and the values a new filter starts with,
@@ -512,7 +544,14 @@ int main(int argc, char** argv) {
   for (const std::string& option : cl.given) {
     static const char* const kAnywhere[] = {"--quiet", "--verbose", "--help", "--no-progress"};
     bool fits = std::find(std::begin(kAnywhere), std::end(kAnywhere), option) != std::end(kAnywhere);
-    if (cl.command == "process") fits = option != "--json" && (option != "--jobs" || !cl.outDir.empty());
+    static const char* const kEffectOptions[] = {"--preset", "--set", "--param", "--load-state", "--lang",
+                                                 "--tempo", "--meter", "--tempo-map", "--percent", "--tempo-from",
+                                                 "--tempo-to", "--semitones", "--cents", "--preserve-duration"};
+    const bool effectOption =
+        std::find(std::begin(kEffectOptions), std::end(kEffectOptions), option) != std::end(kEffectOptions);
+    if (cl.command == "process") fits = option != "--json" && option != "--png" && (option != "--jobs" || !cl.outDir.empty());
+    else if (cl.command == "page") fits = fits || effectOption || option == "--json" || option == "--png";
+    else if (cl.command == "edit") fits = fits || effectOption || option == "--save-state";
     else if (option == "--json") fits = cl.command == "list" || cl.command == "presets" || cl.command == "params";
     else if (option == "--lang") fits = cl.command == "presets" || cl.command == "params";
     if (!fits)
@@ -536,12 +575,13 @@ int main(int argc, char** argv) {
   }
   if (cl.command == "process") return Process(cl);
   if (cl.command == "presets" || cl.command == "params") return Listing(cl);
+  if (cl.command == "page" || cl.command == "edit") return PageOrEdit(cl);
   if (cl.command == "make-demo-input") {
     if (cl.words.size() != 1) return Fail("make-demo-input needs one OUT file");
     return QxfxWriteDemoInput(cl.words[0], &error) ? 0 : Fail(error);
   }
   std::string hint = QxfxNearest(cl.command, {"process", "list", "help", "info", "presets", "params", "register",
-                                              "unregister", "lang"});
+                                              "unregister", "lang", "page", "edit"});
   return Fail("unknown command '" + cl.command + "'" + (hint.empty() ? "" : " (did you mean '" + hint + "'?)") +
               "; qxfx --help shows them");
 }

@@ -302,12 +302,15 @@ bool QxfxConnectTempo(IUnknown* filter, const QxfxTempoOptions& options, const s
   if (FAILED(filter->QueryInterface(IID_IMfxSoftSynth, synth.PutVoid())) || !synth) return true;
 
   SF_INFO info{};
-  SNDFILE* probe = sf_open(inputPath.c_str(), SFM_READ, &info);
-  if (!probe) {
-    *error = "cannot read " + inputPath + ": " + sf_strerror(nullptr);
-    return false;
+  info.samplerate = 44100;
+  if (!inputPath.empty()) {
+    SNDFILE* probe = sf_open(inputPath.c_str(), SFM_READ, &info);
+    if (!probe) {
+      *error = "cannot read " + inputPath + ": " + sf_strerror(nullptr);
+      return false;
+    }
+    sf_close(probe);
   }
-  sf_close(probe);
 
   CQxfxTempoContext* context = nullptr;
   if (!CQxfxTempoContext::Create(changes, static_cast<uint32_t>(info.samplerate), &context, error)) return false;

@@ -96,7 +96,8 @@ struct QxfxTempoOptions {
   bool Any() const { return tempo > 0.0 || numerator > 0 || !mapFile.empty(); }
 };
 
-// With any tempo option given: builds the context at the input file's rate, connects it to the
+// With any tempo option given: builds the context at the input file's rate (44100 Hz when
+// `inputPath` is empty, as for a page with no file), connects it to the
 // filter through IMfxSoftSynth and starts playback at tick 0. A filter that does not answer
 // IMfxSoftSynth is left alone (*connected false). On a mistake returns false with *error.
 bool QxfxConnectTempo(IUnknown* filter, const QxfxTempoOptions& options, const std::string& inputPath,

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "aplugins/qxppack1/frame/change_notifier.h"
+#include "aplugins/qxppack1/module/module_api.h"
 #include "kernel/services/qx_lang.h"
 
 bool CQxPersistFrame::QueryPersist(REFIID riid, void** ppv) {
@@ -18,6 +19,10 @@ bool CQxPersistFrame::QueryPersist(REFIID riid, void** ppv) {
   }
   if (riid == IID_IQxTranslationInfo) {
     GetInterface(static_cast<IQxTranslationInfo*>(this), ppv);
+    return true;
+  }
+  if (riid == IID_ISpecifyPropertyPages) {
+    GetInterface(static_cast<ISpecifyPropertyPages*>(this), ppv);
     return true;
   }
   return false;
@@ -108,4 +113,11 @@ HRESULT CQxPersistFrame::LoadPreset(LONG index) {
 
 HRESULT CQxPersistFrame::SetLanguage(DWORD lcid) {
   return QxLang_UpdateKernelLCID(QxLang_GetKernelHandle(), lcid) ? S_OK : E_FAIL;
+}
+
+HRESULT CQxPersistFrame::GetPages(CAUUID* pages) {
+  if (!pages) return E_POINTER;
+  CLSID filter{};
+  GetClassID(&filter);
+  return QxSpecifyOnePage(QxPageClassOf(filter), pages);
 }

@@ -7,6 +7,7 @@
 #include "aplugins/qxppack1/frame/effect_interfaces.h"
 #include "kernel/services/qx_resources.h"
 #include "platform/com/persist.h"
+#include "platform/com/property_pages.h"
 
 // One readable version of a record: its tag and total size (header included), how many record
 // bytes it carries, and what must be done to them after reading.
@@ -41,8 +42,12 @@ struct QxPresetAccess {
   static const void* Record(uint32_t i) { return &Rows[i].Params; }
 };
 
-// IPersistStream, IStaticFilterPreset and IQxTranslationInfo over an effect's record.
-class CQxPersistFrame : public IPersistStream, public IStaticFilterPreset, public IQxTranslationInfo {
+// IPersistStream, IStaticFilterPreset and IQxTranslationInfo over an effect's record, and
+// ISpecifyPropertyPages naming the page that edits it.
+class CQxPersistFrame : public IPersistStream,
+                        public IStaticFilterPreset,
+                        public IQxTranslationInfo,
+                        public ISpecifyPropertyPages {
  public:
   virtual ~CQxPersistFrame() = default;
 
@@ -57,7 +62,10 @@ class CQxPersistFrame : public IPersistStream, public IStaticFilterPreset, publi
 
   HRESULT SetLanguage(DWORD lcid) override;
 
-  // Answers the three interfaces, or returns false.
+  // One page: the one the class table pairs with the filter's class.
+  HRESULT GetPages(CAUUID* pages) override;
+
+  // Answers the four interfaces, or returns false.
   bool QueryPersist(REFIID riid, void** ppv);
 
  protected:

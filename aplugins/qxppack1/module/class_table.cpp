@@ -11,6 +11,7 @@
 #include "aplugins/qxppack1/reverb/reverb_filter.h"
 #include "aplugins/qxppack1/module/filter_setup.h"
 #include "aplugins/qxppack1/module/module_entry.h"
+#include "aplugins/qxppack1/pages/echos_page.h"
 
 namespace {
 // Rows whose classes are not built yet answer E_NOTIMPL from their creation function.
@@ -26,7 +27,7 @@ const CFactoryTemplate g_Templates[] = {
     {u"Pitch Shift", &CLSID_QxPitchs, CQxPitchs::CreateInstance, nullptr, &g_QxPitchsSetup},
     {u"QxPitchs Property Page", &CLSID_QxPitchsPropPage, NotBuilt, nullptr, nullptr},
     {u"Simple Delay", &CLSID_QxEchos, CQxEchos::CreateInstance, nullptr, &g_QxEchosSetup},
-    {u"QxEchos Property Page", &CLSID_QxEchosPropPage, NotBuilt, nullptr, nullptr},
+    {u"QxEchos Property Page", &CLSID_QxEchosPropPage, CQxEchosPropPage::CreateInstance, nullptr, nullptr},
     {u"Multi-Tap Delay", &CLSID_QxEchomt, CQxEchomt::CreateInstance, nullptr, &g_QxEchomtSetup},
     {u"QxEchomt Property Page", &CLSID_QxEchomtPropPage, NotBuilt, nullptr, nullptr},
     {u"Reverb", &CLSID_QxReverb, CQxReverb::CreateInstance, nullptr, &g_QxReverbSetup},

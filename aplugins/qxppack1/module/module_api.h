@@ -18,6 +18,17 @@ inline constexpr CLSID CLSID_QxReverbPropPage = MakeGuid("607682E1-6E21-11D0-AEB
 inline constexpr CLSID CLSID_QxChorus = MakeGuid("28D9F1E0-6ECC-11D0-AEBC-00A0C9053912");
 inline constexpr CLSID CLSID_QxChorusPropPage = MakeGuid("28D9F1E1-6ECC-11D0-AEBC-00A0C9053912");
 
+// The page that edits a filter class (GUID_NULL for a class that is no filter of the module).
+constexpr CLSID QxPageClassOf(REFCLSID filter) {
+  if (filter == CLSID_QxTime) return CLSID_QxTimePropPage;
+  if (filter == CLSID_QxPitchs) return CLSID_QxPitchsPropPage;
+  if (filter == CLSID_QxEchos) return CLSID_QxEchosPropPage;
+  if (filter == CLSID_QxEchomt) return CLSID_QxEchomtPropPage;
+  if (filter == CLSID_QxReverb) return CLSID_QxReverbPropPage;
+  if (filter == CLSID_QxChorus) return CLSID_QxChorusPropPage;
+  return CLSID{};
+}
+
 extern "C" {
 // Process attach: kernel, control classes; FALSE only when the kernel fails to start. Process
 // detach: control classes, kernel. Thread attach and detach do nothing here. The shared library

@@ -9,6 +9,7 @@ enum QxPackStringId : uint32_t {
   IDS_PITCHS_NAME = 2050,
   IDS_PITCHS_PRESET0 = 2200,
 
+  IDS_ECHOS_TITLE = 3000,  // the page's title
   IDS_ECHOS_NAME = 3022,
   IDS_ECHOS_PRESET0 = 3200,
   IDS_ECHOS_LABEL0 = 3300,  // one label per automation parameter, in index order

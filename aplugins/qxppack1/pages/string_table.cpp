@@ -21,6 +21,7 @@ const QxStringTableEntry g_QxPackStrings[] = {
     {IDS_PITCHS_PRESET0 + 4, u"Third down"},
     {IDS_PITCHS_PRESET0 + 5, u"Third up"},
 
+    {IDS_ECHOS_TITLE, u"Simple Delay"},
     {IDS_ECHOS_NAME, u"Simple Delay"},
     {IDS_ECHOS_PRESET0 + 0, u"(Default)"},
     {IDS_ECHOS_PRESET0 + 1, u"Default all parameters"},

@@ -1,0 +1,78 @@
+// The page door: GetPages, the class table's page, the frame, and the picture or the JSON.
+#include "aplugins/qxppack1/module/page_frame.h"
+
+#include <X11/Xlib.h>
+
+#include <cstdio>
+#include <string>
+
+#include "aplugins/qxppack1/module/class_table.h"
+#include "kernel/controls/control_describe.h"
+#include "platform/com/property_pages.h"
+#include "platform/registry/utf.h"
+#include "platform/ui/headless.h"
+#include "platform/ui/property_frame.h"
+#include "platform/ui/x11.h"
+
+namespace {
+HRESULT MakePage(IUnknown* object, ComPtr<IPropertyPage>* page) {
+  ComPtr<ISpecifyPropertyPages> specify;
+  if (FAILED(QueryTo(object, IID_ISpecifyPropertyPages, specify))) return E_NOINTERFACE;
+  CAUUID pages{};
+  HRESULT hr = specify->GetPages(&pages);
+  if (FAILED(hr)) return hr;
+  const CLSID clsid = pages.cElems ? pages.pElems[0] : GUID_NULL;
+  CoTaskMemFree(pages.pElems);
+  if (clsid == GUID_NULL) return E_NOINTERFACE;
+  ComPtr<IClassFactory> factory;
+  hr = DllGetClassObject(clsid, IID_IClassFactory, factory.PutVoid());
+  if (FAILED(hr)) return hr;
+  return factory->CreateInstance(nullptr, IID_IPropertyPage, page->PutVoid());
+}
+
+bool WriteText(const char* path, const std::string& text) {
+  if (std::string(path) == "-") return std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+  FILE* f = std::fopen(path, "wb");
+  if (!f) return false;
+  const bool ok = std::fwrite(text.data(), 1, text.size(), f) == text.size();
+  return std::fclose(f) == 0 && ok;
+}
+}  // namespace
+
+extern "C" HRESULT QxShowPropertyFrame(QxPropertyFrameRequest* request) {
+  if (!request || !request->object) return E_POINTER;
+  ComPtr<IPropertyPage> page;
+  HRESULT hr = MakePage(request->object, &page);
+  if (FAILED(hr)) return hr;
+  auto* display = static_cast<Display*>(request->display);
+  if (display) {
+    QxX11_SetThreadDisplay(display);
+    CQxPropertyFrame* frame = CQxPropertyFrame::Open(page.Get(), request->object, request->caption, true, &hr);
+    if (frame) {
+      request->result = frame->Run();
+      delete frame;
+    }
+    QxX11_SetThreadDisplay(nullptr);
+    return hr;
+  }
+  QxHeadless_UseVirtualClock();
+  // The picture is of the page alone, without the frame's buttons.
+  CQxPropertyFrame* frame = CQxPropertyFrame::Open(page.Get(), request->object, request->caption, false, &hr);
+  if (!frame) return hr;
+  QxHeadless_Pump();
+  if (request->pngPath && !QxHeadless_SavePng(frame->Window(), request->pngPath)) hr = E_FAIL;
+  if (request->jsonPath) {
+    PROPPAGEINFO info{};
+    page->GetPageInfo(&info);
+    const std::string title = QxUtf16ToUtf8(info.pszTitle ? info.pszTitle : u"");
+    CoTaskMemFree(info.pszTitle);
+    CoTaskMemFree(info.pszHelpFile);
+    char size[64];
+    std::snprintf(size, sizeof size, "[%ld, %ld]", static_cast<long>(info.size.cx), static_cast<long>(info.size.cy));
+    const std::string json = "{\"title\": \"" + title + "\", \"size\": " + size +
+                             ", \"controls\": " + QxDescribeControls(frame->PageWindow()) + "}\n";
+    if (!WriteText(request->jsonPath, json)) hr = E_FAIL;
+  }
+  delete frame;
+  return hr;
+}

@@ -1,0 +1,206 @@
+// The Simple Delay page through its controls: value texts, the enabling table, typing, presets,
+// the notification and the follow timer.
+#include <string>
+#include <vector>
+
+#include "aplugins/qxppack1/delay/echos_prop.h"
+#include "aplugins/qxppack1/frame/effect_interfaces.h"
+#include "aplugins/qxppack1/frame/mfx_interfaces.h"
+#include "aplugins/qxppack1/module/module_api.h"
+#include "aplugins/qxppack1/pages/echos_page.h"
+#include "kernel/services/qx_valuetext.h"
+#include "platform/com/media_params.h"
+#include "tests/pages/page_rig.h"
+#include "tools/qxfx/tempo_host.h"
+
+namespace {
+class EchosPage : public PageTest {
+ protected:
+  void SetUp() override {
+    Open(CLSID_QxEchos);
+    object_->QueryInterface(IID_IQxEchosProp2, reinterpret_cast<void**>(&prop_));
+    ASSERT_TRUE(prop_);
+  }
+  void TearDown() override {
+    if (prop_) prop_->Release();
+    PageTest::TearDown();
+  }
+  // Types into an edit box and leaves it, as a user does.
+  void Type(int id, const WCHAR* text) {
+    SetWindowTextW(Item(id), text);
+    SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(id, EN_KILLFOCUS), reinterpret_cast<LPARAM>(Item(id)));
+  }
+  void ConnectTempo() {
+    std::vector<QxfxTempoChange> changes;
+    std::string error;
+    ASSERT_TRUE(QxfxParseTempoMap("tempo 0 120\n", &changes, &error)) << error;
+    CQxfxTempoContext* context = nullptr;
+    ASSERT_TRUE(CQxfxTempoContext::Create(changes, 44100, &context, &error)) << error;
+    IMfxSoftSynth* synth = nullptr;
+    object_->QueryInterface(IID_IMfxSoftSynth, reinterpret_cast<void**>(&synth));
+    ASSERT_EQ(synth->Connect(static_cast<IMfxTempoMap*>(context)), S_OK);
+    synth->Release();
+  }
+  void Notify() { SendMessage(dlg_, WM_COMMAND, QX_PAGE_NOTIFY_ID, 0); }
+  IQxEchosProp2* prop_ = nullptr;
+};
+
+TEST_F(EchosPage, LevelsShowDecibelsAndSilenceAsMinusInfinity) {
+  const struct {
+    int32_t value;
+    const WCHAR* text;
+  } rows[] = {{-60, u"-6.0 dB"}, {0, u"0.0 dB"}, {-799, u"-79.9 dB"}, {-800, u"-Inf."}};
+  for (const auto& r : rows) {
+    prop_->SetDryOut(r.value);
+    prop_->SetDelayOut(r.value);
+    Notify();
+    EXPECT_EQ(Text(IDC_ECHOS_DRY_TEXT), std::u16string(r.text));
+    EXPECT_EQ(Text(IDC_ECHOS_DELAYOUT_TEXT), std::u16string(r.text));
+  }
+}
+
+TEST_F(EchosPage, PresetLoadRedrawsEveryControl) {
+  IStaticFilterPreset* presets = nullptr;
+  object_->QueryInterface(IID_IStaticFilterPreset, reinterpret_cast<void**>(&presets));
+  ASSERT_EQ(presets->LoadPreset(4), S_OK);  // "Grand Canyon": posts the change to the page
+  presets->Release();
+  QxHeadless_Pump();
+  EXPECT_EQ(Text(IDC_ECHOS_DRY_TEXT), u"-4.0 dB");
+  EXPECT_EQ(Text(IDC_ECHOS_DELAYOUT_TEXT), u"-14.0 dB");
+  EXPECT_EQ(Text(IDC_ECHOS_DELAY_EDIT), u"1.000");
+  EXPECT_EQ(Text(IDC_ECHOS_DECAY_EDIT), u"3.0");
+  EXPECT_EQ(IsDlgButtonChecked(dlg_, IDC_ECHOS_MULTIPLE), BST_CHECKED);
+  EXPECT_TRUE(Enabled(IDC_ECHOS_DECAY));
+  // The preset menu lists rows 1 upward and loads the chosen one.
+  SendMessage(dlg_, WM_COMMAND, QX_PAGE_PRESET_FIRST + 2, 0);  // row 3, "Slap-back echo"
+  EXPECT_EQ(Text(IDC_ECHOS_DELAYOUT_TEXT), u"-12.0 dB");
+  EXPECT_EQ(IsDlgButtonChecked(dlg_, IDC_ECHOS_MULTIPLE), BST_UNCHECKED);
+}
+
+// T tempo sync delay, M multiple delays, D tempo sync decay, with and without a tempo map.
+TEST_F(EchosPage, EnablingFollowsTheSwitchesAndTheTempoMap) {
+  const int delayByTime[] = {IDC_ECHOS_DELAY, IDC_ECHOS_DELAY_EDIT, IDC_ECHOS_DELAY_LABEL};
+  const int delayByTempo[] = {IDC_ECHOS_DELAY_MULT_EDIT, IDC_ECHOS_DELAY_MULT, IDC_ECHOS_DELAY_NOTE};
+  const int decayByTime[] = {IDC_ECHOS_DECAY, IDC_ECHOS_DECAY_LABEL, IDC_ECHOS_DECAY_EDIT};
+  const int decayByTempo[] = {IDC_ECHOS_DECAY_MULT_EDIT, IDC_ECHOS_DECAY_MULT, IDC_ECHOS_DECAY_NOTE};
+  for (bool map : {false, true}) {
+    if (map) ConnectTempo();
+    for (int bits = 0; bits < 8; ++bits) {
+      const bool t = bits & 1, m = bits & 2, d = bits & 4;
+      prop_->SetTempoSyncDelay(t);
+      prop_->SetMultipleDelays(m);
+      prop_->SetTempoSyncDecay(d);
+      Notify();
+      SCOPED_TRACE(testing::Message() << "map " << map << " T " << t << " M " << m << " D " << d);
+      for (int id : delayByTime) EXPECT_EQ(Enabled(id), !t) << id;
+      for (int id : delayByTempo) EXPECT_EQ(Enabled(id), t) << id;
+      for (int id : decayByTime) EXPECT_EQ(Enabled(id), m && !d) << id;
+      for (int id : decayByTempo) EXPECT_EQ(Enabled(id), m && d) << id;
+      EXPECT_EQ(Enabled(IDC_ECHOS_SYNC_DELAY), map);
+      EXPECT_EQ(Enabled(IDC_ECHOS_SYNC_DECAY), m && map);
+    }
+  }
+}
+
+TEST_F(EchosPage, CheckBoxesSetTheirSwitch) {
+  CheckDlgButton(dlg_, IDC_ECHOS_MULTIPLE, BST_CHECKED);
+  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_ECHOS_MULTIPLE, BN_CLICKED), 0);
+  int32_t v = 0;
+  prop_->GetMultipleDelays(&v);
+  EXPECT_EQ(v, 1);
+  EXPECT_TRUE(Enabled(IDC_ECHOS_DECAY_EDIT));
+}
+
+TEST_F(EchosPage, TypedValuesComeBackClampedAndRounded) {
+  prop_->SetMultipleDelays(1);
+  prop_->SetTempoSyncDelay(1);
+  prop_->SetTempoSyncDecay(1);
+  const struct {
+    int box;
+    const WCHAR* typed;
+    const WCHAR* shown;
+  } rows[] = {
+      {IDC_ECHOS_DELAY_EDIT, u"9", u"5.000"},      {IDC_ECHOS_DELAY_EDIT, u"0", u"0.001"},
+      {IDC_ECHOS_DELAY_EDIT, u"0.0355", u"0.036"}, {IDC_ECHOS_DELAY_EDIT, u"1,2", u"5.000"},
+      {IDC_ECHOS_DELAY_EDIT, u" 1.5s", u"1.500"},  {IDC_ECHOS_DELAY_EDIT, u"1e12", u"1.000"},
+      {IDC_ECHOS_DELAY_EDIT, u"abc", u"0.001"},
+      {IDC_ECHOS_DECAY_EDIT, u"0.04", u"0.1"},     {IDC_ECHOS_DECAY_EDIT, u"99", u"20.0"},
+      {IDC_ECHOS_DECAY_EDIT, u"2.25", u"2.3"},     {IDC_ECHOS_DELAY_MULT_EDIT, u"5", u"4.000"},
+      {IDC_ECHOS_DELAY_MULT_EDIT, u"-1", u"0.001"}, {IDC_ECHOS_DECAY_MULT_EDIT, u"40", u"32.000"},
+      {IDC_ECHOS_DECAY_MULT_EDIT, u"1.5", u"1.500"},
+  };
+  for (const auto& r : rows) {
+    Type(r.box, r.typed);
+    EXPECT_EQ(Text(r.box), std::u16string(r.shown)) << r.box;
+  }
+  int32_t delay = 0;
+  prop_->GetDelayTime(&delay);
+  EXPECT_EQ(delay, 1);  // "abc" reads 0, and the setter raised it
+}
+
+TEST_F(EchosPage, TheTimerFollowsAnEnvelopeAndLocksTheTimeBox) {
+  IMediaParams* params = nullptr;
+  IQxAudioTransformFloat* door = nullptr;
+  object_->QueryInterface(IID_IMediaParams, reinterpret_cast<void**>(&params));
+  object_->QueryInterface(IID_IQxAudioTransformFloat, reinterpret_cast<void**>(&door));
+  ASSERT_TRUE(params && door);
+  MP_ENVELOPE_SEGMENT ramp{0, 10'000'000, 100.0f, 4100.0f, MP_CURVE_LINEAR, 0};
+  ASSERT_EQ(params->AddEnvelope(0, 1, &ramp), S_OK);  // Delay Time over the first second
+  ASSERT_EQ(door->Prepare(1, 8000), S_OK);
+  std::vector<float> block(4000);
+  door->Process(block.data(), 4000, 0);  // half a second
+  QxHeadless_Advance(60);
+  EXPECT_FALSE(Enabled(IDC_ECHOS_DELAY_EDIT));
+  int32_t delay = 0;
+  prop_->GetDelayTime(&delay);
+  EXPECT_GT(delay, 100);
+  EXPECT_EQ(Text(IDC_ECHOS_DELAY_EDIT), std::u16string(QxGetLabeledStringFixed(delay, 3, 0, nullptr)));
+  door->Finish();  // streaming stops: the value is the user's again
+  QxHeadless_Advance(60);
+  EXPECT_TRUE(Enabled(IDC_ECHOS_DELAY_EDIT));
+  params->Release();
+  door->Release();
+}
+
+TEST_F(EchosPage, PageInfoAndStripTitle) {
+  PROPPAGEINFO info{};
+  ASSERT_EQ(page_->GetPageInfo(&info), S_OK);
+  EXPECT_EQ(std::u16string(info.pszTitle), u"Simple Delay");
+  EXPECT_EQ(info.dwHelpContext, 119u);
+  const SIZE expected = QxUi_DialogPixelSize(QxEchosPage_Template());
+  EXPECT_EQ(info.size.cx, expected.cx);
+  EXPECT_EQ(info.size.cy, expected.cy);
+  CoTaskMemFree(info.pszTitle);
+  CoTaskMemFree(info.pszHelpFile);
+  EXPECT_EQ(page_->GetPageInfo(nullptr), E_POINTER);
+  EXPECT_EQ(Text(QX_PAGE_LOGO), u"Simple Delay");
+  EXPECT_EQ(QxPageStripTitle(u"LUMEA Simple Delay"), u"Simple Delay");
+  EXPECT_EQ(QxPageStripTitle(u"Reverb"), u"Reverb");  // a title without it stays as it is
+  EXPECT_EQ(QxPageStripTitle(u"Echo LUMEA LUMEA x"), u"Echo x");
+}
+
+TEST_F(EchosPage, CancelPutsBackTheStateTheFrameOpenedWith) {
+  prop_->SetDelayTime(2000);
+  frame_->Apply();  // the restore point moves here
+  prop_->SetDelayTime(3000);
+  frame_->Cancel();
+  int32_t delay = 0;
+  prop_->GetDelayTime(&delay);
+  EXPECT_EQ(delay, 2000);
+  EXPECT_EQ(frame_->Result(), IDCANCEL);
+}
+
+TEST(PageBase, ScrollBracketBeginsOnlyWhereAGestureStarts) {
+  std::string log;
+  QxPageBinding b;
+  b.set = [&](int32_t v) { log += "S" + std::to_string(v); };
+  b.begin = [&] { log += "B"; };
+  b.end = [&] { log += "E"; };
+  const char* expected[] = {"BS7", "BS7", "BS7", "BS7", "S7", "S7", "BS7", "BS7", "S7E", "BS7"};
+  for (int code = 0; code <= 9; ++code) {
+    log.clear();
+    QxPageScrollBracket(b, code, 7);
+    EXPECT_EQ(log, expected[code]) << code;
+  }
+}
+}  // namespace

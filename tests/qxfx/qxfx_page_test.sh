@@ -1,0 +1,82 @@
+#!/usr/bin/env bash
+# qxfx page and qxfx edit: the page drawn and described without a display, refusals, and on an
+# Xvfb display a real fader drag and a click on OK that saves the state process then uses.
+set -u
+qxfx=$(realpath "$1")
+. "$(dirname "$0")/qxfx_test_lib.sh"
+
+# The value of one field of a control in `qxfx page ... --json`.
+field() {  # json-file id field
+  python3 -c 'import json,sys
+c=[c for c in json.load(open(sys.argv[1]))["controls"] if c["id"]==int(sys.argv[2])][0]
+print(json.dumps(c[sys.argv[3]]))' "$@"
+}
+
+expect_ok "page --png" "$qxfx" page simple-delay --preset "Echo chamber" --png page.png
+[ "$(head -c 4 page.png | tail -c 3)" = "PNG" ] && ok || bad "page.png is no PNG"
+expect_ok "page --json" "$qxfx" page simple-delay --preset "Echo chamber" --json
+cp out.txt echo.json
+[ "$(field echo.json 3008 text)" = '"-9.0 dB"' ] && ok || bad "dry text $(field echo.json 3008 text)"
+[ "$(field echo.json 3012 checked)" = true ] && ok || bad "multiple delays not checked"
+[ "$(field echo.json 8007 enabled)" = false ] && ok || bad "tempo sync enabled without a tempo"
+expect_ok "page --tempo" "$qxfx" page simple-delay --tempo 120 --json
+[ "$(field out.txt 8007 enabled)" = true ] && ok || bad "tempo sync grey with a tempo"
+expect_fail "page needs an output" "--png FILE or --json" "$qxfx" page simple-delay
+expect_fail "no page yet" "pages exist for: simple-delay" "$qxfx" page reverb --json
+expect_fail "unknown effect" "unknown effect" "$qxfx" page nope --json
+expect_fail "option of no use" "--png does nothing" "$qxfx" edit simple-delay --png x.png
+expect_fail "no display" "needs an X display" env -u DISPLAY "$qxfx" edit simple-delay
+
+# On a display of its own: drag the dry fader down from the top and press OK.
+if ! command -v Xvfb >/dev/null || ! command -v xdotool >/dev/null; then
+  echo "Xvfb or xdotool missing: the window part is skipped"
+  finish
+  exit
+fi
+exec 3< <(Xvfb -displayfd 1 -screen 0 800x600x24 -nolisten tcp 2>/dev/null & echo $!)
+read -r xpid <&3
+read -r dnum <&3
+export DISPLAY=":$dnum"
+trap 'kill $xpid 2>/dev/null; rm -rf "$work"' EXIT
+
+# The page's place in the window and the dry fader's rectangle in the page.
+"$qxfx" page simple-delay --set DryOut=0 --json >layout.json
+read -r fx fy fw fh < <(python3 -c 'import json
+c=[c for c in json.load(open("layout.json"))["controls"] if c["id"]==3009][0]
+print(*c["rect"])')
+
+edit() {  # expected status, xdotool steps..., run as "$qxfx" edit simple-delay --set DryOut=0 --save-state s.qxs
+  local want=$1; shift
+  rm -f s.qxs
+  "$qxfx" edit simple-delay --set DryOut=0 --save-state s.qxs 2>edit.txt &
+  local pid=$!
+  local win
+  win=$(xdotool search --sync --onlyvisible --name "Simple Delay" | head -1)
+  xdotool windowmove --sync "$win" 0 0
+  sleep 0.3
+  eval "$(xdotool getwindowgeometry --shell "$win")"
+  "$@"
+  wait $pid
+  local got=$?
+  [ "$got" = "$want" ] && ok || bad "edit exited $got, not $want: $(cat edit.txt)"
+}
+drag_and_ok() {
+  local x=$((fx + fw / 2)) y=$((fy + 8))
+  xdotool mousemove --sync "$x" "$y" mousedown 1
+  for step in 20 40 60 80; do xdotool mousemove --sync "$x" $((y + step)); done
+  xdotool mouseup 1
+  # OK is the first of the three buttons at the bottom right (each 75 wide, 6 apart, 10 from the edge).
+  xdotool mousemove --sync $((WIDTH - 10 - 75 - 81 - 81 + 37)) $((HEIGHT - 22)) click 1
+}
+edit 0 drag_and_ok
+[ -s s.qxs ] && ok || bad "OK wrote no state"
+expect_ok "page --load-state" "$qxfx" page simple-delay --load-state s.qxs --json
+dry=$(field out.txt 3008 text)
+[ "$dry" != '"0.0 dB"' ] && ok || bad "the drag left Dry out at $dry"
+"$qxfx" make-demo-input in.wav
+expect_ok "process --load-state" "$qxfx" process -q in.wav x.wav simple-delay --load-state s.qxs
+
+cancel() { xdotool mousemove --sync $((WIDTH - 10 - 75 - 81 + 37)) $((HEIGHT - 22)) click 1; }
+edit 1 cancel
+[ ! -e s.qxs ] && ok || bad "Cancel wrote the state"
+finish
