@@ -170,4 +170,16 @@ TEST_F(TrackbarTest, ThumbIsDrawnWhereTheValueIs) {
   EXPECT_EQ(QxHeadless_Pixel(h, 9 + 60, p.y), RGB(191, 191, 191));
 }
 
+// Two far-apart repaints in one pass (focus leaving an edit box for a bar) must not wipe a control
+// standing between them: the parent repaints their whole bounding box.
+TEST_F(TrackbarTest, ControlsBetweenTwoRepaintsStayDrawn) {
+  HWND v = Child(page_, QX_TRACKBAR_CLASS, 8, QXTB_VERTICAL, 200, 5, 24, 110);
+  HWND e = Child(page_, u"EDIT", 9, 0, 240, 60, 50, 21);
+  HWND h = Bar();
+  SetFocus(e);
+  QxHeadless_Pump();
+  SetFocus(h);
+  EXPECT_EQ(QxHeadless_Pixel(v, 9, 30), RGB(200, 200, 200));
+}
+
 }  // namespace
