@@ -155,17 +155,19 @@ class QxLv2Instance {
     return std::isfinite(*v);
   }
 
-  // Takes tempo and meter from a time:Position; the first one connects the maps to the effect.
+  // Takes tempo and meter from a time:Position; the first with a tempo connects the maps to the
+  // effect, which until then falls back to its own constants.
   void ReadPosition(const LV2_Atom_Object* obj) {
     const LV2_Atom *bpm = nullptr, *perBar = nullptr, *unit = nullptr;
     lv2_atom_object_get(obj, urid.bpm, &bpm, urid.beatsPerBar, &perBar, urid.beatUnit, &unit, 0);
     double v = 0;
-    if (Number(bpm, urid, &v) && v >= 1.0 && v <= 1000.0) maps.Bpm = v;
+    const bool hasTempo = Number(bpm, urid, &v) && v >= 1.0 && v <= 1000.0;
+    if (hasTempo) maps.Bpm = v;
     if (Number(perBar, urid, &v) && v >= 1.0 && v <= 99.0) maps.Numerator = static_cast<int32_t>(std::lround(v));
     if (Number(unit, urid, &v))
       for (int32_t pow2 = 0; pow2 <= 6; ++pow2)
         if (v == (1 << pow2)) maps.DenominatorPow2 = pow2;
-    if (!tempoConnected && synth) {
+    if (hasTempo && !tempoConnected && synth) {
       maps.AddRef();  // Connect takes over this reference
       tempoConnected = SUCCEEDED(synth->Connect(static_cast<IMfxTempoMap*>(&maps))) && SUCCEEDED(synth->StartPlayback(0));
     }

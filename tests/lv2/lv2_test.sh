@@ -10,6 +10,7 @@ sox -n -r 48000 -c 2 -b 32 -e float in2.wav synth 0.3 pluck C3 synth 0.3 sine fm
 sox in2.wav in1.wav remix 1
 printf '\0\0\0\77' > imp.raw && head -c 192000 /dev/zero >> imp.raw
 sox -t raw -r 48000 -e float -b 32 -c 1 imp.raw imp.wav
+sox imp.wav tiny.wav trim 0 64s
 
 # effect | settings (NAME=natural value, both hosts)
 while IFS='|' read -r fx settings; do
@@ -53,8 +54,8 @@ for fx in simple-delay multi-tap-delay reverb chorus; do
   rows=$("$qxfx" presets $fx --json | grep -o '"name"' | wc -l)
   [ "$rows" -gt 1 ] && ok || bad "$fx: no presets listed"
   for ((i = 0; i < rows; i++)); do
-    "$host" urn:qxppack1:lv2:$fx-mono imp.wav p.raw --preset urn:qxppack1:lv2:$fx-preset-$i --save-state lv2.bin >/dev/null &&
-      "$qxfx" -q process imp.wav p.raw $fx --preset $i --save-state ref.bin --output-format raw:float &&
+    "$host" urn:qxppack1:lv2:$fx-mono tiny.wav p.raw --preset urn:qxppack1:lv2:$fx-preset-$i --save-state lv2.bin >/dev/null &&
+      "$qxfx" -q process tiny.wav p.raw $fx --preset $i --save-state ref.bin --output-format raw:float &&
       cmp -s lv2.bin ref.bin && ok || bad "$fx preset $i"
   done
 done
