@@ -99,8 +99,11 @@ void FaderInst_DrawThumb(FaderInstRec* f, HDC dc, int ch) {
     return;
   }
   const bool focus = (f->state & FDST_FOCUS) && active && !Disabled(f);
-  const COLORREF face = Disabled(f) ? RGB(245, 245, 245) : pressed ? kPressedFace : kCapFace;
-  const COLORREF border = Disabled(f) ? kDisabled : focus || pressed ? kAccent : kCapBorder;
+  // The third look: a dark console cap with a light line.
+  const bool dark = (f->style & FDS_LOOKMASK) == FDS_THIRDLOOK && !Disabled(f);
+  const COLORREF face = Disabled(f) ? RGB(245, 245, 245) : pressed ? (dark ? RGB(0, 84, 153) : kPressedFace)
+                        : dark ? RGB(68, 68, 68) : kCapFace;
+  const COLORREF border = Disabled(f) ? kDisabled : focus || pressed ? kAccent : dark ? RGB(40, 40, 40) : kCapBorder;
   QxUi_RoundRect(dc, &r, 2.5, face, border);
   if (focus) {
     RECT in = r;
@@ -110,7 +113,7 @@ void FaderInst_DrawThumb(FaderInstRec* f, HDC dc, int ch) {
   // The centre line: the value's own pixel.
   const int p = FaderInst_ValueToPixel(f, f->value[ch]);
   const int c0 = Vertical(f) ? r.left : r.top, c1 = Vertical(f) ? r.right : r.bottom;
-  const COLORREF line = Disabled(f) ? kDisabled : active ? kAccent : RGB(96, 96, 96);
+  const COLORREF line = Disabled(f) ? kDisabled : dark ? RGB(255, 255, 255) : active ? kAccent : RGB(96, 96, 96);
   Fill(dc, Span(f, p, p + 1, c0 + 3, c1 - 3), line);
 }
 

@@ -250,3 +250,34 @@ TEST_F(FaderTest, StereoMovesItsActiveChannelsAndNotifiesWithTheirMask) {
 }
 
 }  // namespace
+
+namespace {
+
+// An owner window drives an embedded fader through the instance functions, in its own coordinates.
+TEST_F(UiTest, EmbeddedFaderDrawsAndTakesInputWhereItsOwnerPutsIt) {
+  HWND owner = Top(200, 240);
+  FaderInstRec f;
+  FaderInst_Init(&f, FDS_VERTICAL, nullptr);
+  FaderInst_SetOwnerHwnd(&f, owner);
+  std::vector<int> codes;
+  FaderInst_SetScrollProc(&f, [](void*, UINT id, void* data, int code, const int* values, UINT) {
+    if (id == 3) static_cast<std::vector<int>*>(data)->push_back(code * 1000 + values[0]);
+  }, &codes);
+  FaderInst_SetId(&f, 3);
+  const RECT at{100, 10, 140, 222};  // its track from y 16 to 216
+  FaderInst_Move(&f, &at);
+  QxHeadless_Pump();
+  HDC dc = GetDC(owner);
+  FaderInst_Draw(&f, dc);
+  ReleaseDC(owner, dc);
+  EXPECT_EQ(QxHeadless_Pixel(owner, 128, 116), RGB(0, 120, 215));
+  FaderInst_Message(&f, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM_XY(120, 116));
+  EXPECT_EQ(GetCapture(), owner);
+  FaderInst_Message(&f, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM_XY(120, 96));
+  FaderInst_Message(&f, WM_LBUTTONUP, 0, MAKELPARAM_XY(120, 96));
+  EXPECT_EQ(codes, (std::vector<int>{9050, 5060, 4060, 8060}));
+  EXPECT_EQ(GetCapture(), nullptr);
+  FaderInst_Deinit(&f);
+}
+
+}  // namespace
