@@ -71,6 +71,9 @@ TEST_F(EchosPage, PresetLoadRedrawsEveryControl) {
   EXPECT_EQ(Text(IDC_ECHOS_DECAY_EDIT), u"3.0");
   EXPECT_EQ(IsDlgButtonChecked(dlg_, IDC_ECHOS_MULTIPLE), BST_CHECKED);
   EXPECT_TRUE(Enabled(IDC_ECHOS_DECAY));
+  const int positions[][2] = {{IDC_ECHOS_DRY, -40}, {IDC_ECHOS_DELAYOUT, -140}, {IDC_ECHOS_DELAY, 1000},
+                              {IDC_ECHOS_DECAY, 30}, {IDC_ECHOS_DELAY_MULT, 1000}, {IDC_ECHOS_DECAY_MULT, 1000}};
+  for (const auto& p : positions) EXPECT_EQ(Position(p[0]), p[1]) << p[0];
   // The preset menu lists rows 1 upward and loads the chosen one.
   SendMessage(dlg_, WM_COMMAND, QX_PAGE_PRESET_FIRST + 2, 0);  // row 3, "Slap-back echo"
   EXPECT_EQ(Text(IDC_ECHOS_DELAYOUT_TEXT), u"-12.0 dB");
@@ -99,6 +102,32 @@ TEST_F(EchosPage, EnablingFollowsTheSwitchesAndTheTempoMap) {
       EXPECT_EQ(Enabled(IDC_ECHOS_SYNC_DELAY), map);
       EXPECT_EQ(Enabled(IDC_ECHOS_SYNC_DECAY), m && map);
     }
+  }
+}
+
+TEST_F(EchosPage, ScrollingAControlSetsItsParameterAndText) {
+  const struct {
+    int control;
+    UINT msg;
+    int code;
+    int32_t (*read)(IQxEchosProp2*);
+    int32_t want;
+    int text;
+    const WCHAR* shown;
+  } rows[] = {
+      {IDC_ECHOS_DRY, WM_VSCROLL, QX_SCROLL_LINEDOWN, [](IQxEchosProp2* p) { int32_t v; p->GetDryOut(&v); return v; },
+       -61, IDC_ECHOS_DRY_TEXT, u"-6.1 dB"},
+      {IDC_ECHOS_DELAYOUT, WM_VSCROLL, QX_SCROLL_BOTTOM, [](IQxEchosProp2* p) { int32_t v; p->GetDelayOut(&v); return v; },
+       -800, IDC_ECHOS_DELAYOUT_TEXT, u"-Inf."},
+      {IDC_ECHOS_DELAY, WM_HSCROLL, QX_SCROLL_PAGEDOWN, [](IQxEchosProp2* p) { int32_t v; p->GetDelayTime(&v); return v; },
+       200, IDC_ECHOS_DELAY_EDIT, u"0.200"},
+  };
+  for (const auto& r : rows) {
+    SendMessage(dlg_, r.msg, MAKEWPARAM(static_cast<WORD>(r.code), 0), reinterpret_cast<LPARAM>(Item(r.control)));
+    SendMessage(dlg_, r.msg, MAKEWPARAM(QX_SCROLL_END, 0), reinterpret_cast<LPARAM>(Item(r.control)));
+    EXPECT_EQ(r.read(prop_), r.want) << r.control;
+    EXPECT_EQ(Position(r.control), r.want) << r.control;
+    EXPECT_EQ(Text(r.text), std::u16string(r.shown)) << r.control;
   }
 }
 
