@@ -10,6 +10,7 @@
 #include "aplugins/qxppack1/pages/echos_page.h"
 #include "kernel/services/qx_valuetext.h"
 #include "platform/com/media_params.h"
+#include "platform/ui/menu.h"
 #include "tests/pages/page_rig.h"
 #include "tools/qxfx/tempo_host.h"
 
@@ -206,6 +207,19 @@ TEST_F(EchosPage, PageInfoAndStripTitle) {
   EXPECT_EQ(QxPageStripTitle(u"LUMEA Simple Delay"), u"Simple Delay");
   EXPECT_EQ(QxPageStripTitle(u"Reverb"), u"Reverb");  // a title without it stays as it is
   EXPECT_EQ(QxPageStripTitle(u"Echo LUMEA LUMEA x"), u"Echo x");
+}
+
+TEST_F(EchosPage, PresetMenuOffersRowsOneUpwardThenHelpAndAbout) {
+  auto* page = dynamic_cast<CQxPropPage*>(page_);
+  ASSERT_TRUE(page);
+  HMENU menu = page->BuildPresetMenu();
+  ASSERT_EQ(GetMenuItemCount(menu), 4);
+  EXPECT_EQ(GetMenuItemID(menu, 2), static_cast<UINT>(QX_PAGE_HELP));
+  EXPECT_EQ(GetMenuItemID(menu, 3), static_cast<UINT>(QX_PAGE_ABOUT));
+  HMENU presets = GetSubMenu(menu, 0);
+  ASSERT_EQ(GetMenuItemCount(presets), 6);  // rows 1 to 6; "(Default)" is not offered
+  for (int i = 0; i < 6; ++i) EXPECT_EQ(GetMenuItemID(presets, i), static_cast<UINT>(QX_PAGE_PRESET_FIRST + i));
+  DestroyMenu(menu);
 }
 
 TEST_F(EchosPage, CancelPutsBackTheStateTheFrameOpenedWith) {
