@@ -1,5 +1,10 @@
 // The Simple Delay page through its controls: value texts, the enabling table, typing, presets,
 // the notification and the follow timer.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -8,6 +13,7 @@
 #include "aplugins/qxppack1/frame/mfx_interfaces.h"
 #include "aplugins/qxppack1/module/module_api.h"
 #include "aplugins/qxppack1/pages/echos_page.h"
+#include "kernel/services/qx_help.h"
 #include "kernel/services/qx_valuetext.h"
 #include "platform/com/media_params.h"
 #include "platform/ui/menu.h"
@@ -231,6 +237,30 @@ TEST_F(EchosPage, CancelPutsBackTheStateTheFrameOpenedWith) {
   prop_->GetDelayTime(&delay);
   EXPECT_EQ(delay, 2000);
   EXPECT_EQ(frame_->Result(), IDCANCEL);
+}
+
+TEST_F(EchosPage, HelpOpensThePacksHelpAtThePagesTopic) {
+  const std::string dir = testing::TempDir(), seen = dir + "qx_help_seen.txt", opener = dir + "qx_help_opener.sh";
+  std::remove(seen.c_str());
+  FILE* f = std::fopen(opener.c_str(), "w");
+  ASSERT_TRUE(f);
+  std::fprintf(f, "#!/bin/sh\necho \"$1\" > %s.part && mv %s.part %s\n", seen.c_str(), seen.c_str(), seen.c_str());
+  std::fclose(f);
+  chmod(opener.c_str(), 0755);
+  setenv(QX_HELP_OPENER_ENV, opener.c_str(), 1);
+  SendMessage(dlg_, WM_COMMAND, QX_PAGE_HELP, 0);  // the strip's "?"
+  unsetenv(QX_HELP_OPENER_ENV);
+  std::string url;
+  for (int i = 0; i < 500 && url.empty(); ++i) {  // the opener runs detached; wait for its word
+    if (FILE* in = std::fopen(seen.c_str(), "r")) {
+      char line[4096] = {};
+      if (std::fgets(line, sizeof line, in)) url = line;
+      std::fclose(in);
+    }
+    if (url.empty()) usleep(10000);
+  }
+  EXPECT_EQ(url.rfind("file://", 0), 0u) << url;
+  EXPECT_NE(url.find("qxppack1.html#c119"), std::string::npos) << url;
 }
 
 TEST(PageBase, ScrollBracketBeginsOnlyWhereAGestureStarts) {
