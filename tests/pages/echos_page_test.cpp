@@ -1,5 +1,10 @@
 // The Simple Delay page through its controls: value texts, the enabling table, typing, presets,
 // the notification and the follow timer.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -8,8 +13,10 @@
 #include "aplugins/qxppack1/frame/mfx_interfaces.h"
 #include "aplugins/qxppack1/module/module_api.h"
 #include "aplugins/qxppack1/pages/echos_page.h"
+#include "kernel/services/qx_help.h"
 #include "kernel/services/qx_valuetext.h"
 #include "platform/com/media_params.h"
+#include "platform/ui/menu.h"
 #include "tests/pages/page_rig.h"
 #include "tools/qxfx/tempo_host.h"
 
@@ -71,6 +78,9 @@ TEST_F(EchosPage, PresetLoadRedrawsEveryControl) {
   EXPECT_EQ(Text(IDC_ECHOS_DECAY_EDIT), u"3.0");
   EXPECT_EQ(IsDlgButtonChecked(dlg_, IDC_ECHOS_MULTIPLE), BST_CHECKED);
   EXPECT_TRUE(Enabled(IDC_ECHOS_DECAY));
+  const int positions[][2] = {{IDC_ECHOS_DRY, -40}, {IDC_ECHOS_DELAYOUT, -140}, {IDC_ECHOS_DELAY, 1000},
+                              {IDC_ECHOS_DECAY, 30}, {IDC_ECHOS_DELAY_MULT, 1000}, {IDC_ECHOS_DECAY_MULT, 1000}};
+  for (const auto& p : positions) EXPECT_EQ(Position(p[0]), p[1]) << p[0];
   // The preset menu lists rows 1 upward and loads the chosen one.
   SendMessage(dlg_, WM_COMMAND, QX_PAGE_PRESET_FIRST + 2, 0);  // row 3, "Slap-back echo"
   EXPECT_EQ(Text(IDC_ECHOS_DELAYOUT_TEXT), u"-12.0 dB");
@@ -99,6 +109,32 @@ TEST_F(EchosPage, EnablingFollowsTheSwitchesAndTheTempoMap) {
       EXPECT_EQ(Enabled(IDC_ECHOS_SYNC_DELAY), map);
       EXPECT_EQ(Enabled(IDC_ECHOS_SYNC_DECAY), m && map);
     }
+  }
+}
+
+TEST_F(EchosPage, ScrollingAControlSetsItsParameterAndText) {
+  const struct {
+    int control;
+    UINT msg;
+    int code;
+    int32_t (*read)(IQxEchosProp2*);
+    int32_t want;
+    int text;
+    const WCHAR* shown;
+  } rows[] = {
+      {IDC_ECHOS_DRY, WM_VSCROLL, QX_SCROLL_LINEDOWN, [](IQxEchosProp2* p) { int32_t v; p->GetDryOut(&v); return v; },
+       -61, IDC_ECHOS_DRY_TEXT, u"-6.1 dB"},
+      {IDC_ECHOS_DELAYOUT, WM_VSCROLL, QX_SCROLL_BOTTOM, [](IQxEchosProp2* p) { int32_t v; p->GetDelayOut(&v); return v; },
+       -800, IDC_ECHOS_DELAYOUT_TEXT, u"-Inf."},
+      {IDC_ECHOS_DELAY, WM_HSCROLL, QX_SCROLL_PAGEDOWN, [](IQxEchosProp2* p) { int32_t v; p->GetDelayTime(&v); return v; },
+       200, IDC_ECHOS_DELAY_EDIT, u"0.200"},
+  };
+  for (const auto& r : rows) {
+    SendMessage(dlg_, r.msg, MAKEWPARAM(static_cast<WORD>(r.code), 0), reinterpret_cast<LPARAM>(Item(r.control)));
+    SendMessage(dlg_, r.msg, MAKEWPARAM(QX_SCROLL_END, 0), reinterpret_cast<LPARAM>(Item(r.control)));
+    EXPECT_EQ(r.read(prop_), r.want) << r.control;
+    EXPECT_EQ(Position(r.control), r.want) << r.control;
+    EXPECT_EQ(Text(r.text), std::u16string(r.shown)) << r.control;
   }
 }
 
@@ -179,6 +215,19 @@ TEST_F(EchosPage, PageInfoAndStripTitle) {
   EXPECT_EQ(QxPageStripTitle(u"Echo LUMEA LUMEA x"), u"Echo x");
 }
 
+TEST_F(EchosPage, PresetMenuOffersRowsOneUpwardThenHelpAndAbout) {
+  auto* page = dynamic_cast<CQxPropPage*>(page_);
+  ASSERT_TRUE(page);
+  HMENU menu = page->BuildPresetMenu();
+  ASSERT_EQ(GetMenuItemCount(menu), 4);
+  EXPECT_EQ(GetMenuItemID(menu, 2), static_cast<UINT>(QX_PAGE_HELP));
+  EXPECT_EQ(GetMenuItemID(menu, 3), static_cast<UINT>(QX_PAGE_ABOUT));
+  HMENU presets = GetSubMenu(menu, 0);
+  ASSERT_EQ(GetMenuItemCount(presets), 6);  // rows 1 to 6; "(Default)" is not offered
+  for (int i = 0; i < 6; ++i) EXPECT_EQ(GetMenuItemID(presets, i), static_cast<UINT>(QX_PAGE_PRESET_FIRST + i));
+  DestroyMenu(menu);
+}
+
 TEST_F(EchosPage, CancelPutsBackTheStateTheFrameOpenedWith) {
   prop_->SetDelayTime(2000);
   frame_->Apply();  // the restore point moves here
@@ -188,6 +237,30 @@ TEST_F(EchosPage, CancelPutsBackTheStateTheFrameOpenedWith) {
   prop_->GetDelayTime(&delay);
   EXPECT_EQ(delay, 2000);
   EXPECT_EQ(frame_->Result(), IDCANCEL);
+}
+
+TEST_F(EchosPage, HelpOpensThePacksHelpAtThePagesTopic) {
+  const std::string dir = testing::TempDir(), seen = dir + "qx_help_seen.txt", opener = dir + "qx_help_opener.sh";
+  std::remove(seen.c_str());
+  FILE* f = std::fopen(opener.c_str(), "w");
+  ASSERT_TRUE(f);
+  std::fprintf(f, "#!/bin/sh\necho \"$1\" > %s.part && mv %s.part %s\n", seen.c_str(), seen.c_str(), seen.c_str());
+  std::fclose(f);
+  chmod(opener.c_str(), 0755);
+  setenv(QX_HELP_OPENER_ENV, opener.c_str(), 1);
+  SendMessage(dlg_, WM_COMMAND, QX_PAGE_HELP, 0);  // the strip's "?"
+  unsetenv(QX_HELP_OPENER_ENV);
+  std::string url;
+  for (int i = 0; i < 500 && url.empty(); ++i) {  // the opener runs detached; wait for its word
+    if (FILE* in = std::fopen(seen.c_str(), "r")) {
+      char line[4096] = {};
+      if (std::fgets(line, sizeof line, in)) url = line;
+      std::fclose(in);
+    }
+    if (url.empty()) usleep(10000);
+  }
+  EXPECT_EQ(url.rfind("file://", 0), 0u) << url;
+  EXPECT_NE(url.find("qxppack1.html#c119"), std::string::npos) << url;
 }
 
 TEST(PageBase, ScrollBracketBeginsOnlyWhereAGestureStarts) {
