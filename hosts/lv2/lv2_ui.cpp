@@ -84,6 +84,8 @@ LV2UI_Handle Instantiate(const LV2UI_Descriptor*, const char* pluginUri, const c
   if (FAILED(ui->door.open(ui->shadow.Get(), ui->display, reinterpret_cast<uintptr_t>(parent), &ui->page, &width,
                            &height, &window)))
     return nullptr;
+  // The host reaches the page's window on its own connection: it must exist there first.
+  XSync(ui->display, False);
   for (const QxParamView& p : ui->plugin->Effect->Params) {
     double stored = 0;
     QxParamGetLive(p, ui->shadow.Get(), &stored);

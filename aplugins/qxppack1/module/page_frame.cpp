@@ -107,7 +107,8 @@ extern "C" HRESULT QxOpenEmbeddedPage(IUnknown* object, void* display, unsigned 
     if (embedded->host) DestroyWindow(embedded->host);
     return FAILED(hr) ? hr : E_FAIL;
   }
-  embedded->dialog = GetWindow(embedded->host, GW_CHILD);
+  // Inside a host's window the dialog is a top-level of its own, known to its page alone.
+  if (auto* base = dynamic_cast<CBasePropertyPage*>(page)) embedded->dialog = base->Window();
   *width = info.size.cx;
   *height = info.size.cy;
   *window = QxX11_WindowOf(embedded->dialog);
