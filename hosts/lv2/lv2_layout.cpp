@@ -39,3 +39,10 @@ std::string QxLv2Symbol(const QxParamView& p) {
 std::string QxLv2PresetUri(const QxEffectView& effect, long index) {
   return std::string(QX_LV2_BUNDLE_URI) + effect.Name + "-preset-" + std::to_string(index);
 }
+
+const QxHostModule* QxLv2LoadModule(const char* bundle, std::string* error) {
+  const std::string dir = std::string(bundle) + (std::string_view(bundle).ends_with('/') ? "" : "/");
+  return QxHostModule::Load({dir + QXLV2_MODULE_INSTALL_RELPATH, dir + QXLV2_MODULE_BUILD_RELPATH}, error);
+}
+
+std::string QxLv2UiUri(const QxEffectView& effect) { return std::string(QX_LV2_BUNDLE_URI) + effect.Name + "-ui"; }

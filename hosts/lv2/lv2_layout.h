@@ -7,6 +7,7 @@
 #include <string>
 
 #include "aplugins/qxppack1/params/param_view.h"
+#include "hosts/common/module_loader.h"
 
 inline constexpr const char* QX_LV2_BUNDLE_URI = "urn:qxppack1:lv2:";
 // The state key under which the effect's persistent bytes are saved, as one chunk.
@@ -34,3 +35,7 @@ const QxLv2Plugin* QxLv2FindPlugin(std::string_view uri);
 std::string QxLv2Symbol(const QxParamView& p);
 // The preset URI of row `index` of an effect.
 std::string QxLv2PresetUri(const QxEffectView& effect, long index);
+// The module, found from the bundle's directory: installed or in the build tree.
+const QxHostModule* QxLv2LoadModule(const char* bundle, std::string* error);
+// The UI of an effect, shared by its mono and stereo plugins.
+std::string QxLv2UiUri(const QxEffectView& effect);

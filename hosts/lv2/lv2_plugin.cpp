@@ -19,7 +19,6 @@
 
 #include "aplugins/qxppack1/frame/effect_interfaces.h"
 #include "aplugins/qxppack1/frame/mfx_interfaces.h"
-#include "hosts/common/module_loader.h"
 #include "hosts/lv2/lv2_layout.h"
 #include "platform/com/persist.h"
 #include "platform/com/stream.h"
@@ -248,9 +247,7 @@ LV2_Handle Instantiate(const LV2_Descriptor* descriptor, double rate, const char
   const auto* map = static_cast<const LV2_URID_Map*>(Feature(features, LV2_URID__map));
   if (!plugin || !(rate >= 1.0 && rate < 4.3e9)) return nullptr;
   std::string error;
-  const std::string dir = std::string(bundle) + (std::string(bundle).ends_with('/') ? "" : "/");
-  const QxHostModule* module =
-      QxHostModule::Load({dir + QXLV2_MODULE_INSTALL_RELPATH, dir + QXLV2_MODULE_BUILD_RELPATH}, &error);
+  const QxHostModule* module = QxLv2LoadModule(bundle, &error);
   if (!module) return nullptr;
   auto self = std::make_unique<QxLv2Instance>(*plugin, rate);
   if (FAILED(module->CreateInstance(plugin->Effect->Clsid, IID_IUnknown, self->effect.PutVoid())) ||

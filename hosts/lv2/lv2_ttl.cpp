@@ -8,6 +8,7 @@
 #include "hosts/common/effect_presets.h"
 #include "hosts/common/module_loader.h"
 #include "hosts/lv2/lv2_layout.h"
+#include "platform/com/property_pages.h"
 #include "platform/registry/utf.h"
 
 namespace {
@@ -23,6 +24,7 @@ const char kPrefixes[] =
     "@prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .\n"
     "@prefix state: <http://lv2plug.in/ns/ext/state#> .\n"
     "@prefix time: <http://lv2plug.in/ns/ext/time#> .\n"
+    "@prefix ui: <http://lv2plug.in/ns/extensions/ui#> .\n"
     "@prefix units: <http://lv2plug.in/ns/extensions/units#> .\n"
     "@prefix urid: <http://lv2plug.in/ns/ext/urid#> .\n\n";
 
@@ -81,13 +83,15 @@ void ControlPort(std::ostream& o, const QxParamView& p, uint32_t index) {
   o << "\n  ]";
 }
 
-void Plugin(std::ostream& o, const QxLv2Plugin& pl) {
+void Plugin(std::ostream& o, const QxLv2Plugin& pl, bool ui) {
   static const char* const kSides[2][2] = {{"in", "Input"}, {"out", "Output"}};
   static const char* const kChannels[2][2] = {{"_l", " left"}, {"_r", " right"}};
   o << "<" << pl.Uri << ">\n  a lv2:Plugin , " << PluginClass(pl.Effect->Name) << " ;\n  doap:name "
     << Text(QxUtf16ToUtf8(pl.Effect->Title) + (pl.Channels == 1 ? " (mono)" : " (stereo)"))
     << " ;\n  lv2:optionalFeature urid:map , opts:options ;\n"
-    << "  opts:supportedOption bufsz:maxBlockLength ;\n  lv2:extensionData state:interface ;\n  lv2:port";
+    << "  opts:supportedOption bufsz:maxBlockLength ;\n  lv2:extensionData state:interface ;\n";
+  if (ui) o << "  ui:ui <" << QxLv2UiUri(*pl.Effect) << "> ;\n";
+  o << "  lv2:port";
   bool first = true;
   for (int side = 0; side < 2; ++side)
     for (uint32_t c = 0; c < pl.Channels; ++c) {
@@ -105,6 +109,19 @@ void Plugin(std::ostream& o, const QxLv2Plugin& pl) {
   for (size_t k = 0; k < pl.Effect->Params.size(); ++k)
     ControlPort(o, pl.Effect->Params[k], pl.FirstControl() + static_cast<uint32_t>(k));
   o << " .\n\n";
+}
+
+// Whether the module builds the page the effect names: only those effects get a UI.
+bool HasPage(const QxHostModule& module, const QxEffectView& fx) {
+  ComPtr<IUnknown> effect, page;
+  ComPtr<ISpecifyPropertyPages> specify;
+  CAUUID pages{};
+  if (FAILED(module.CreateInstance(fx.Clsid, IID_IUnknown, effect.PutVoid())) ||
+      FAILED(QueryTo(effect.Get(), IID_ISpecifyPropertyPages, specify)) || FAILED(specify->GetPages(&pages)))
+    return false;
+  const bool built = pages.cElems && SUCCEEDED(module.CreateInstance(pages.pElems[0], IID_IUnknown, page.PutVoid()));
+  CoTaskMemFree(pages.pElems);
+  return built;
 }
 
 bool Write(const std::string& path, const std::string& text) {
@@ -131,9 +148,16 @@ int main(int argc, char** argv) {
   plugins << kPrefixes;
   presets << kPrefixes;
   const auto all = QxLv2Plugins();
-  for (const QxLv2Plugin& pl : all) {
+  for (size_t i = 0; i < all.size(); ++i) {
+    const QxLv2Plugin& pl = all[i];
+    const bool ui = HasPage(*module, *pl.Effect);
     manifest << "<" << pl.Uri << ">\n  a lv2:Plugin ;\n  lv2:binary <qxppack1_lv2.so> ;\n  rdfs:seeAlso <qxppack1.ttl> .\n\n";
-    Plugin(plugins, pl);
+    Plugin(plugins, pl, ui);
+    if (!ui || i % 2) continue;
+    const std::string uri = "<" + QxLv2UiUri(*pl.Effect) + ">\n  a ui:X11UI ;\n";
+    manifest << uri << "  ui:binary <qxppack1_lv2ui.so> ;\n  rdfs:seeAlso <qxppack1.ttl> .\n\n";
+    plugins << uri << "  lv2:requiredFeature ui:parent , ui:idleInterface ;\n  lv2:optionalFeature ui:resize ;\n"
+            << "  lv2:extensionData ui:idleInterface .\n\n";
   }
   // Presets from the rows the effects themselves load, once for both plugins of an effect.
   for (size_t i = 0; i < all.size(); i += 2) {

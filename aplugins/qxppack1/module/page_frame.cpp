@@ -1,12 +1,17 @@
-// The page door: GetPages, the class table's page, the frame, and the picture or the JSON.
+// The page door: GetPages, the class table's page, the frame, and the picture or the JSON; and the
+// page embedded in a host's window.
 #include "aplugins/qxppack1/module/page_frame.h"
 
 #include <X11/Xlib.h>
 
 #include <cstdio>
+#include <cstring>
+#include <memory>
 #include <string>
 
+#include "aplugins/qxppack1/frame/change_notifier.h"
 #include "aplugins/qxppack1/module/class_table.h"
+#include "aplugins/qxppack1/pages/page_base.h"
 #include "kernel/controls/control_describe.h"
 #include "platform/com/property_pages.h"
 #include "platform/registry/utf.h"
@@ -75,4 +80,57 @@ extern "C" HRESULT QxShowPropertyFrame(QxPropertyFrameRequest* request) {
   }
   delete frame;
   return hr;
+}
+
+struct QxEmbeddedPage {
+  ComPtr<IPropertyPage> page;
+  HWND host = nullptr;    // stands for the host's X window
+  HWND dialog = nullptr;  // the page's dialog inside it
+};
+
+extern "C" HRESULT QxOpenEmbeddedPage(IUnknown* object, void* display, unsigned long parent, QxEmbeddedPage** out,
+                                      int* width, int* height, unsigned long* window) {
+  if (!object || !display || !out || !width || !height || !window) return E_POINTER;
+  auto embedded = std::make_unique<QxEmbeddedPage>();
+  HRESULT hr = MakePage(object, &embedded->page);
+  if (FAILED(hr)) return hr;
+  IPropertyPage* page = embedded->page.Get();
+  PROPPAGEINFO info{};
+  if (FAILED(hr = page->SetObjects(1, &object)) || FAILED(hr = page->GetPageInfo(&info))) return hr;
+  CoTaskMemFree(info.pszTitle);
+  CoTaskMemFree(info.pszDocString);
+  CoTaskMemFree(info.pszHelpFile);
+  embedded->host = QxX11_WrapWindow(static_cast<Display*>(display), parent);
+  const RECT rect{0, 0, info.size.cx, info.size.cy};
+  if (!embedded->host || FAILED(hr = page->Activate(embedded->host, &rect, FALSE))) {
+    page->SetObjects(0, nullptr);
+    if (embedded->host) DestroyWindow(embedded->host);
+    return FAILED(hr) ? hr : E_FAIL;
+  }
+  // Inside a host's window the dialog is a top-level of its own, known to its page alone.
+  if (auto* base = dynamic_cast<CBasePropertyPage*>(page)) embedded->dialog = base->Window();
+  *width = info.size.cx;
+  *height = info.size.cy;
+  *window = QxX11_WindowOf(embedded->dialog);
+  if (!*window) *window = parent;
+  *out = embedded.release();
+  return S_OK;
+}
+
+extern "C" int QxPumpEmbeddedPage(QxEmbeddedPage* page) { return page ? QxUi_ProcessMessages() : 0; }
+
+extern "C" void QxNotifyEmbeddedPage(QxEmbeddedPage* page) {
+  if (page && page->dialog) PostMessage(page->dialog, WM_COMMAND, MAKEWPARAM(QX_PAGE_NOTIFY_ID, QX_CHANGE_ALL), 0);
+}
+
+extern "C" char* QxDescribeEmbeddedPage(QxEmbeddedPage* page) {
+  return page && page->dialog ? strdup(QxDescribeControls(page->dialog).c_str()) : nullptr;
+}
+
+extern "C" void QxCloseEmbeddedPage(QxEmbeddedPage* page) {
+  if (!page) return;
+  page->page->Deactivate();
+  page->page->SetObjects(0, nullptr);
+  if (page->host) DestroyWindow(page->host);
+  delete page;
 }

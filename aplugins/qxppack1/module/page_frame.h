@@ -19,3 +19,19 @@ struct QxPropertyFrameRequest {
 // E_NOINTERFACE when the object names no page, E_NOTIMPL when its page is not built, E_FAIL when a
 // file cannot be written.
 extern "C" HRESULT QxShowPropertyFrame(QxPropertyFrameRequest* request);
+
+// The embedded page: the page the filter names, inside a window of the host's (an LV2 UI in its
+// host's window), driven from the host's own loop. All calls on the thread that opened it.
+struct QxEmbeddedPage;
+// Opens the page over `object` inside the X window `parent` on `display`; gives the page's size in
+// pixels and its X window. Errors as QxShowPropertyFrame's.
+extern "C" HRESULT QxOpenEmbeddedPage(IUnknown* object, void* display, unsigned long parent, QxEmbeddedPage** page,
+                                      int* width, int* height, unsigned long* window);
+// Handles what is due: the display's events, messages, timers and painting.
+extern "C" int QxPumpEmbeddedPage(QxEmbeddedPage* page);
+// Tells the page that parameters changed behind its back (the notification of a load), so it
+// shows them again.
+extern "C" void QxNotifyEmbeddedPage(QxEmbeddedPage* page);
+// The page's controls as QxDescribeControls gives them, in pixels of the page (caller frees with free()).
+extern "C" char* QxDescribeEmbeddedPage(QxEmbeddedPage* page);
+extern "C" void QxCloseEmbeddedPage(QxEmbeddedPage* page);
