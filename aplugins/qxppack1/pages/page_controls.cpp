@@ -1,0 +1,49 @@
+// Trackbar, drop list and edit helpers of the Pitch Shift and Time Stretch pages.
+#include "aplugins/qxppack1/pages/page_controls.h"
+
+#include "kernel/controls/control_laws.h"
+#include "kernel/controls/control_messages.h"
+
+void QxPage_SetTrackRange(HWND dialog, int id, int minValue, int maxValue) {
+  SendDlgItemMessage(dialog, id, QXCM_SETRANGE, 0,
+                     static_cast<LPARAM>(MAKELONG(static_cast<WORD>(minValue), static_cast<WORD>(maxValue))));
+}
+
+void QxPage_SetTrackValue(HWND dialog, int id, int value) {
+  SendDlgItemMessage(dialog, id, QXCM_SETVALUE, 1, value);
+}
+
+int QxPage_TrackScroll(UINT message, WPARAM wParam, HWND track, int lineStep, int pageStep) {
+  const int lo = static_cast<int>(SendMessage(track, QXCM_GETMIN, 0, 0));
+  const int hi = static_cast<int>(SendMessage(track, QXCM_GETMAX, 0, 0));
+  const int value = static_cast<int>(SendMessage(track, QXCM_GETVALUE, 0, 0));
+  const QxScrollLaw law = message == WM_HSCROLL ? QxScrollLaw::TrackbarHorizontal : QxScrollLaw::TrackbarVertical;
+  const bool ctrl = GetKeyState(VK_CONTROL) < 0;
+  const int next = QxScrollValue(law, LOWORD(wParam), value, lo, hi, lineStep, pageStep, ctrl);
+  return static_cast<int>(SendMessage(track, QXCM_SETVALUE, 1, next));
+}
+
+void QxPage_FillList(HWND dialog, int id, const WCHAR* const* texts, int count) {
+  SendDlgItemMessage(dialog, id, CB_RESETCONTENT, 0, 0);
+  for (int i = 0; i < count; ++i) {
+    const LRESULT at = SendDlgItemMessage(dialog, id, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(texts[i]));
+    SendDlgItemMessage(dialog, id, CB_SETITEMDATA, static_cast<WPARAM>(at), i);
+  }
+}
+
+void QxPage_SelectByData(HWND dialog, int id, LPARAM data) {
+  LRESULT i = SendDlgItemMessage(dialog, id, CB_GETCOUNT, 0, 0);
+  while (--i > 0 && SendDlgItemMessage(dialog, id, CB_GETITEMDATA, static_cast<WPARAM>(i), 0) != data) {
+  }
+  SendDlgItemMessage(dialog, id, CB_SETCURSEL, static_cast<WPARAM>(i < 0 ? 0 : i), 0);
+}
+
+LPARAM QxPage_SelectedData(HWND dialog, int id) {
+  const LRESULT at = SendDlgItemMessage(dialog, id, CB_GETCURSEL, 0, 0);
+  return at < 0 ? -1 : SendDlgItemMessage(dialog, id, CB_GETITEMDATA, static_cast<WPARAM>(at), 0);
+}
+
+void QxPage_ItemText(HWND dialog, int id, WCHAR* text, int size) {
+  if (size > 0) text[0] = 0;
+  GetDlgItemTextW(dialog, id, text, size);
+}

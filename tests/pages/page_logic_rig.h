@@ -1,0 +1,90 @@
+// What the Pitch Shift and Time Stretch page tests share: the module's strings and control classes
+// as after start-up, an effect whose input rate a test chooses, and the page's dialog made from
+// its template with the page logic behind it.
+#pragma once
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "aplugins/qxppack1/pages/string_table.h"
+#include "kernel/controls/control_classes.h"
+#include "kernel/services/qx_lang.h"
+#include "platform/ui/headless.h"
+
+struct PageStrings : ::testing::Environment {
+  HMODULE module = QxResources_CreateModule(nullptr);
+  void SetUp() override {
+    QxPack_AddStrings(module);
+    QxLang_OpenKernelHandle(module, 0x409, 0);
+    TrackbarInitialize(nullptr);
+    LogoRegisterClass(nullptr, nullptr);
+  }
+  void TearDown() override {
+    QxLang_CloseKernelHandle();
+    QxResources_FreeModule(module);
+  }
+};
+
+// The transform as a filter would show it: `rate` 0 means no input pin is connected.
+template <class Transform>
+struct RatedEffect final : Transform {
+  uint32_t rate = 0;
+  HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+  ULONG AddRef() override { return 1; }
+  ULONG Release() override { return 1; }
+  HRESULT GetFormat(WAVEFORMATEX*, int32_t) override { return VFW_E_NOT_CONNECTED; }
+  HRESULT GetSampleRate(uint32_t* v) override {
+    *v = rate ? rate : 44100;
+    return rate ? S_OK : E_FAIL;
+  }
+};
+
+template <class Logic, class Transform>
+class PageLogicTest : public ::testing::Test {
+ protected:
+  void Open(const QxDialogTemplate* tmpl) {
+    QxHeadless_UseVirtualClock();
+    current_ = this;
+    dialog = CreateDialogIndirectParam(nullptr, tmpl, nullptr, Proc, 0);
+    ASSERT_NE(dialog, nullptr);
+  }
+  void TearDown() override {
+    if (dialog) DestroyWindow(dialog);
+    QxHeadless_Pump();
+  }
+  std::u16string TextOf(int id) {
+    WCHAR text[200] = {};
+    GetDlgItemTextW(dialog, id, text, 200);
+    return text;
+  }
+  bool Enabled(int id) { return IsWindowEnabled(GetDlgItem(dialog, id)) != FALSE; }
+  // The user types `text` into an edit box and leaves it.
+  void Type(int id, const WCHAR* text) {
+    SetDlgItemTextW(dialog, id, text);
+    SendMessage(dialog, WM_COMMAND, MAKEWPARAM(static_cast<WORD>(id), EN_KILLFOCUS),
+                reinterpret_cast<LPARAM>(GetDlgItem(dialog, id)));
+  }
+  // The user picks item `index` of a drop list.
+  void Pick(int id, int index) {
+    SendDlgItemMessage(dialog, id, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
+    SendMessage(dialog, WM_COMMAND, MAKEWPARAM(static_cast<WORD>(id), CBN_SELCHANGE),
+                reinterpret_cast<LPARAM>(GetDlgItem(dialog, id)));
+  }
+
+  RatedEffect<Transform> effect;
+  Logic logic;
+  HWND dialog = nullptr;
+
+ private:
+  static INT_PTR Proc(HWND d, UINT m, WPARAM w, LPARAM) {
+    Logic& logic = current_->logic;
+    if (m == WM_INITDIALOG) {
+      logic.Attach(d, &current_->effect);
+      logic.Init();
+      return TRUE;
+    }
+    if (m == WM_COMMAND) return logic.OnCommand(LOWORD(w), HIWORD(w));
+    return FALSE;
+  }
+  static inline PageLogicTest* current_ = nullptr;
+};
