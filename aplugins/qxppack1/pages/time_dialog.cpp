@@ -4,7 +4,7 @@
 #include "kernel/controls/control_classes.h"
 
 namespace {
-constexpr DWORD kEdit = WS_TABSTOP | ES_AUTOHSCROLL;
+constexpr DWORD kEdit = ES_RIGHT | ES_AUTOHSCROLL | WS_BORDER | WS_TABSTOP;
 constexpr DWORD kList = CBS_DROPDOWNLIST | WS_TABSTOP | WS_VSCROLL;
 const QxDialogItem kItems[] = {
     {QX_LOGO_CLASS, 2, u"", 0, 0, 257, 20, 0},
@@ -19,7 +19,7 @@ const QxDialogItem kItems[] = {
     {u"EDIT", IDC_TIME_INITIAL, u"", 184, 76, 60, 12, kEdit},
     {u"STATIC", IDC_TIME_FINAL_LABEL, u"", 14, 94, 166, 9, SS_LEFT},
     {u"EDIT", IDC_TIME_FINAL, u"", 184, 92, 60, 12, kEdit},
-    {QX_TRACKBAR_CLASS, IDC_TIME_FINAL_TRACK, u"", 14, 108, 230, 15, WS_TABSTOP},
+    {QX_TRACKBAR_CLASS, IDC_TIME_FINAL_TRACK, u"", 12, 108, 234, 16, 0x0020 | WS_TABSTOP},
     {u"STATIC", IDC_TIME_PERCENT_LABEL, u"Percent of original:", 14, 130, 76, 9, SS_LEFT},
     {u"STATIC", IDC_TIME_PERCENT, u"", 92, 130, 60, 9, SS_LEFT | SS_NOPREFIX},
 };
