@@ -48,14 +48,6 @@ void QxPitchsMusicalText(int32_t semitones, int32_t cents, WCHAR* text, int size
               Text(IDS_PITCHS_PAGE_INTERVAL0 + static_cast<UINT>(count)), sign);
 }
 
-void CQxPitchsPageLogic::SetText(int id, const WCHAR* text) { QxSetDlgItemTextNoF(dialog_, id, text); }
-
-bool CQxPitchsPageLogic::SampleRate(uint32_t* rate) {
-  // Without a format the effect still answers 44100, with a failure: no rate is known then.
-  if (FAILED(prop_->GetSampleRate(rate))) *rate = 0;
-  return *rate > 0;
-}
-
 void CQxPitchsPageLogic::Init() {
   if (!dialog_) return;
   QxPage_SetTrackRange(dialog_, IDC_PITCHS_SEMITONES, -QX_PITCHS_MAX_SEMITONES, QX_PITCHS_MAX_SEMITONES);

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "aplugins/qxppack1/pitchtime/pitchs_prop.h"
-#include "platform/ui/dialog.h"
+#include "aplugins/qxppack1/pages/page_controls.h"
 
 inline constexpr int QX_PITCHS_DIALOG = 2001;
 
@@ -48,26 +48,13 @@ const QxDialogTemplate* QxPitchsPage_Template(bool child);
 // The page's logic over a dialog made from that template: it fills and refreshes the controls
 // from the interface and turns the user's commands into its setters. Either handle may be null,
 // in which case nothing is read or written.
-class CQxPitchsPageLogic {
+class CQxPitchsPageLogic : public CQxPageLogic<IQxPitchsProp> {
  public:
-  void Attach(HWND dialog, IQxPitchsProp* prop) {
-    dialog_ = dialog;
-    prop_ = prop;
-  }
-  // Ranges, steps and the mode names; then everything from the interface.
-  void Init();
-  // Rewrites what depends on `control`; 0 (or the notification identifier 32700) rewrites all.
-  void Refresh(int control);
-  // WM_COMMAND from a control: TRUE when it was one of the page's.
-  BOOL OnCommand(int id, int code);
-  // WM_HSCROLL from a trackbar: TRUE when it was one of the page's.
-  BOOL OnScroll(UINT message, WPARAM wParam, HWND control);
+  void Init() override;
+  void Refresh(int control) override;
+  BOOL OnCommand(int id, int code) override;
+  BOOL OnScroll(UINT message, WPARAM wParam, HWND control) override;
 
  private:
   void RefreshShift(int32_t semitones, int32_t cents);
-  bool SampleRate(uint32_t* rate);
-  void SetText(int id, const WCHAR* text);
-
-  HWND dialog_ = nullptr;
-  IQxPitchsProp* prop_ = nullptr;
 };

@@ -43,14 +43,6 @@ BOOL QxTimeFinalFromText(const WCHAR* text, int32_t format, const TimeParams& p,
   return TRUE;
 }
 
-void CQxTimePageLogic::SetText(int id, const WCHAR* text) { QxSetDlgItemTextNoF(dialog_, id, text); }
-
-bool CQxTimePageLogic::SampleRate(uint32_t* rate) {
-  // Without a format the effect still answers 44100, with a failure: no rate is known then.
-  if (FAILED(prop_->GetSampleRate(rate))) *rate = 0;
-  return *rate > 0;
-}
-
 void CQxTimePageLogic::Init() {
   if (!dialog_) return;
   QxPage_SetTrackRange(dialog_, IDC_TIME_FINAL_TRACK, static_cast<int>(QX_TIME_MIN_LENGTH - kTrackOrigin),

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "aplugins/qxppack1/pitchtime/time_prop.h"
-#include "platform/ui/dialog.h"
+#include "aplugins/qxppack1/pages/page_controls.h"
 
 inline constexpr int QX_TIME_DIALOG = 1001;
 
@@ -35,26 +35,13 @@ const QxDialogTemplate* QxTimePage_Template(bool child);
 
 // The page's logic over a dialog made from that template. Either handle may be null, in which
 // case nothing is read or written.
-class CQxTimePageLogic {
+class CQxTimePageLogic : public CQxPageLogic<IQxTimeProp> {
  public:
-  void Attach(HWND dialog, IQxTimeProp* prop) {
-    dialog_ = dialog;
-    prop_ = prop;
-  }
-  // Ranges and the two drop lists; then everything from the interface.
-  void Init();
-  // Rewrites what depends on `control`; 0 (or the notification identifier 32700) rewrites all.
-  void Refresh(int control);
-  // WM_COMMAND from a control: TRUE when it was one of the page's.
-  BOOL OnCommand(int id, int code);
-  // WM_HSCROLL from the trackbar: TRUE when it was the page's.
-  BOOL OnScroll(UINT message, WPARAM wParam, HWND control);
+  void Init() override;
+  void Refresh(int control) override;
+  BOOL OnCommand(int id, int code) override;
+  BOOL OnScroll(UINT message, WPARAM wParam, HWND control) override;
 
  private:
-  bool SampleRate(uint32_t* rate);
   void WriteRange(const TimeParams& p, bool haveRate, uint32_t rate);
-  void SetText(int id, const WCHAR* text);
-
-  HWND dialog_ = nullptr;
-  IQxTimeProp* prop_ = nullptr;
 };
