@@ -58,9 +58,10 @@ class PageLogicTest : public ::testing::Test {
     return text;
   }
   bool Enabled(int id) { return IsWindowEnabled(GetDlgItem(dialog, id)) != FALSE; }
-  // The user types `text` into an edit box and leaves it.
+  // The user types `text` over an edit box's text and leaves it.
   void Type(int id, const WCHAR* text) {
-    SetDlgItemTextW(dialog, id, text);
+    SendDlgItemMessage(dialog, id, EM_SETSEL, 0, -1);
+    SendDlgItemMessage(dialog, id, EM_REPLACESEL, 1, reinterpret_cast<LPARAM>(text));
     SendMessage(dialog, WM_COMMAND, MAKEWPARAM(static_cast<WORD>(id), EN_KILLFOCUS),
                 reinterpret_cast<LPARAM>(GetDlgItem(dialog, id)));
   }

@@ -107,7 +107,10 @@ TEST_F(TimePage, TimeFormNeedsAnInputPin) {
 TEST_F(TimePage, TypedValuesBecomeTheFinalLength) {
   effect.rate = 44100;
   effect.SetInputFormat(QX_TIME_TEMPO);
+  effect.SetFinalLength(10001.0);
   Open(QxTimePage_Template(false));
+  SendMessage(dialog, WM_COMMAND, MAKEWPARAM(IDC_TIME_FINAL, EN_KILLFOCUS), 0);
+  EXPECT_EQ(Final(), 10001.0);  // left untouched, the rounded "119.99" is not read back
   Type(IDC_TIME_FINAL, u"0");  // a final tempo of 0 divides by zero; the setter clamps the infinity
   EXPECT_EQ(Final(), 50000.0);
   EXPECT_EQ(TextOf(IDC_TIME_PERCENT), u"500.00 %");

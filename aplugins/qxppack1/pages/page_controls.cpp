@@ -47,3 +47,9 @@ void QxPage_ItemText(HWND dialog, int id, WCHAR* text, int size) {
   if (size > 0) text[0] = 0;
   GetDlgItemTextW(dialog, id, text, size);
 }
+
+BOOL QxPage_TypedText(HWND dialog, int id, WCHAR* text, int size) {
+  if (!SendDlgItemMessage(dialog, id, EM_GETMODIFY, 0, 0)) return FALSE;
+  QxPage_ItemText(dialog, id, text, size);
+  return TRUE;
+}

@@ -20,6 +20,9 @@ void QxPage_SelectByData(HWND dialog, int id, LPARAM data);
 LPARAM QxPage_SelectedData(HWND dialog, int id);
 // An item's text (at most size - 1 units).
 void QxPage_ItemText(HWND dialog, int id, WCHAR* text, int size);
+// The text of an edit box the user typed into since the page last wrote it; FALSE for one left
+// as written, so that tabbing through the page never reads a rounded text back into a value.
+BOOL QxPage_TypedText(HWND dialog, int id, WCHAR* text, int size);
 
 // What both pages' logic holds: the dialog and the effect's interface (either may be null, and
 // then nothing is read or written), and the input rate that the effects answer alike.

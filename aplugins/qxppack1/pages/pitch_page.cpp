@@ -175,7 +175,7 @@ BOOL CQxPitchsPageLogic::OnCommand(int id, int code) {
     }
     case IDC_PITCHS_SEMITONES_EDIT: {
       if (code != EN_KILLFOCUS) return FALSE;
-      QxPage_ItemText(dialog_, id, text, 80);
+      if (!QxPage_TypedText(dialog_, id, text, 80)) return TRUE;
       int32_t value = QxTextToLongToken(text, nullptr), preserve = 0;
       prop_->GetPreserveDuration(&preserve);
       const int32_t limit = preserve ? QX_PITCHS_PRESERVED_SEMITONES : QX_PITCHS_MAX_SEMITONES;
@@ -185,7 +185,7 @@ BOOL CQxPitchsPageLogic::OnCommand(int id, int code) {
     }
     case IDC_PITCHS_CENTS_EDIT: {
       if (code != EN_KILLFOCUS) return FALSE;
-      QxPage_ItemText(dialog_, id, text, 80);
+      if (!QxPage_TypedText(dialog_, id, text, 80)) return TRUE;
       // The setter clamps; bounding first keeps the conversion defined for any typed number.
       const double cents = std::trunc(QxTextToDoubleToken(text, nullptr) * 10.0);
       prop_->SetCents(static_cast<int32_t>(cents < -1e6 ? -1e6 : cents > 1e6 ? 1e6 : cents));
@@ -193,7 +193,7 @@ BOOL CQxPitchsPageLogic::OnCommand(int id, int code) {
     }
     case IDC_PITCHS_TIME: {
       if (code != EN_KILLFOCUS) return FALSE;
-      QxPage_ItemText(dialog_, id, text, 80);
+      if (!QxPage_TypedText(dialog_, id, text, 80)) return TRUE;
       uint32_t rate = 0;
       SampleRate(&rate);
       prop_->SetInitialTime(QxClockFrames(QxParseDigitGroups(text), rate));

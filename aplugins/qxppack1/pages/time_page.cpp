@@ -131,14 +131,14 @@ BOOL CQxTimePageLogic::OnCommand(int id, int code) {
   switch (id) {
     case IDC_TIME_FINAL: {
       if (code != EN_KILLFOCUS) return FALSE;
-      QxPage_ItemText(dialog_, id, text, 80);
+      if (!QxPage_TypedText(dialog_, id, text, 80)) return TRUE;
       double length = 0;
       if (QxTimeFinalFromText(text, p.InputFormat, p, rate, &length)) prop_->SetFinalLength(length);
       break;
     }
     case IDC_TIME_INITIAL: {
       if (code != EN_KILLFOCUS) return FALSE;
-      QxPage_ItemText(dialog_, id, text, 80);
+      if (!QxPage_TypedText(dialog_, id, text, 80)) return TRUE;
       if (p.InputFormat == QX_TIME_TEMPO) {
         // Negative tempi read as 0; the setter holds the rest to its maximum.
         const double tempo = std::trunc(QxTextToDoubleToken(text, nullptr) * 100.0);
