@@ -1,29 +1,11 @@
-// What the Pitch Shift and Time Stretch page tests share: the module's strings and control classes
-// as after start-up, an effect whose input rate a test chooses, and the page's dialog made from
-// its template with the page logic behind it.
+// What the Pitch Shift and Time Stretch page tests share: an effect whose input rate a test
+// chooses, and the page's dialog made from its template with the page logic behind it.
 #pragma once
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "aplugins/qxppack1/pages/string_table.h"
-#include "kernel/controls/control_classes.h"
-#include "kernel/services/qx_lang.h"
-#include "platform/ui/headless.h"
-
-struct PageStrings : ::testing::Environment {
-  HMODULE module = QxResources_CreateModule(nullptr);
-  void SetUp() override {
-    QxPack_AddStrings(module);
-    QxLang_OpenKernelHandle(module, 0x409, 0);
-    TrackbarInitialize(nullptr);
-    LogoRegisterClass(nullptr, nullptr);
-  }
-  void TearDown() override {
-    QxLang_CloseKernelHandle();
-    QxResources_FreeModule(module);
-  }
-};
+#include "tests/pages/page_rig.h"
 
 // The transform as a filter would show it: `rate` 0 means no input pin is connected.
 template <class Transform>
@@ -43,13 +25,15 @@ template <class Logic, class Transform>
 class PageLogicTest : public ::testing::Test {
  protected:
   void Open(const QxDialogTemplate* tmpl) {
+    PagesSetUpOnce();
     QxHeadless_UseVirtualClock();
     current_ = this;
-    dialog = CreateDialogIndirectParam(nullptr, tmpl, nullptr, Proc, 0);
+    parent_ = CreateWindowExW(0, u"#32770", u"", WS_POPUP | WS_VISIBLE, 0, 0, 400, 420, nullptr, nullptr, nullptr, nullptr);
+    dialog = CreateDialogIndirectParam(nullptr, tmpl, parent_, Proc, 0);
     ASSERT_NE(dialog, nullptr);
   }
   void TearDown() override {
-    if (dialog) DestroyWindow(dialog);
+    if (parent_) DestroyWindow(parent_);
     QxHeadless_Pump();
   }
   std::u16string TextOf(int id) {
@@ -88,4 +72,5 @@ class PageLogicTest : public ::testing::Test {
     return FALSE;
   }
   static inline PageLogicTest* current_ = nullptr;
+  HWND parent_ = nullptr;
 };

@@ -3,15 +3,15 @@
 // box and the time texts with and without an input pin.
 #include <cmath>
 
+#include "aplugins/qxppack1/module/module_api.h"
 #include "aplugins/qxppack1/pages/pitch_page.h"
 #include "aplugins/qxppack1/pages/time_text.h"
 #include "aplugins/qxppack1/pitchtime/pitchs_transform.h"
 #include "tests/pages/page_logic_rig.h"
 
 namespace {
-const auto* g_env = ::testing::AddGlobalTestEnvironment(new PageStrings);
-
 std::u16string Musical(int32_t semitones, int32_t cents) {
+  PagesSetUpOnce();
   WCHAR text[64];
   QxPitchsMusicalText(semitones, cents, text, 64);
   return text;
@@ -82,7 +82,7 @@ class PitchPage : public PageLogicTest<CQxPitchsPageLogic, CQxPitchsTransform> {
 
 TEST_F(PitchPage, ShowsTheShiftAndComputesRatio) {
   Load(7, 120, 0);
-  Open(QxPitchsPage_Template(false));
+  Open(QxPitchsPage_Template());
   EXPECT_EQ(Ratio(), QxPitchsRatio(7, 120));
   EXPECT_EQ(TextOf(IDC_PITCHS_SEMITONES_EDIT), u"7");
   EXPECT_EQ(TextOf(IDC_PITCHS_CENTS_EDIT), u"12.0");
@@ -95,7 +95,7 @@ TEST_F(PitchPage, ShowsTheShiftAndComputesRatio) {
 
 TEST_F(PitchPage, PreservedDurationHoldsTheShiftToAnOctave) {
   Load(20, 0, 1);
-  Open(QxPitchsPage_Template(false));
+  Open(QxPitchsPage_Template());
   int32_t semitones = 0;
   effect.GetSemitones(&semitones);
   EXPECT_EQ(semitones, 12);
@@ -111,7 +111,7 @@ TEST_F(PitchPage, PreservedDurationHoldsTheShiftToAnOctave) {
 
 TEST_F(PitchPage, AnOutOfOctaveShiftLocksThePreserveBox) {
   Load(13, 0, 0);
-  Open(QxPitchsPage_Template(false));
+  Open(QxPitchsPage_Template());
   EXPECT_FALSE(Enabled(IDC_PITCHS_PRESERVE));
   Type(IDC_PITCHS_SEMITONES_EDIT, u"12");
   EXPECT_TRUE(Enabled(IDC_PITCHS_PRESERVE));
@@ -119,7 +119,7 @@ TEST_F(PitchPage, AnOutOfOctaveShiftLocksThePreserveBox) {
 
 TEST_F(PitchPage, NoShiftGreysTheAntiAliasBoxButKeepsItsValue) {
   Load(3, 0, 0, 1);
-  Open(QxPitchsPage_Template(false));
+  Open(QxPitchsPage_Template());
   EXPECT_TRUE(Enabled(IDC_PITCHS_ANTIALIAS));
   Type(IDC_PITCHS_SEMITONES_EDIT, u"0");
   EXPECT_EQ(Ratio(), 1.0);
@@ -132,7 +132,7 @@ TEST_F(PitchPage, NoShiftGreysTheAntiAliasBoxButKeepsItsValue) {
 }
 
 TEST_F(PitchPage, TimesNeedAnInputPin) {
-  Open(QxPitchsPage_Template(false));
+  Open(QxPitchsPage_Template());
   EXPECT_EQ(TextOf(IDC_PITCHS_FINAL_LABEL), u"Need input pin");
   EXPECT_EQ(TextOf(IDC_PITCHS_TIME), u"00:00:00.000");
   EXPECT_EQ(TextOf(IDC_PITCHS_FINAL_TIME), u"00:00:00.000");
@@ -145,7 +145,7 @@ TEST_F(PitchPage, TimesNeedAnInputPin) {
 TEST_F(PitchPage, TimesFollowTheRatioAndTheTypedTime) {
   effect.rate = 44100;
   Load(12, 0, 0);
-  Open(QxPitchsPage_Template(false));
+  Open(QxPitchsPage_Template());
   EXPECT_EQ(TextOf(IDC_PITCHS_FINAL_LABEL), u"Final time (00:00:03.148 to 00:19:03.540):");
   EXPECT_EQ(TextOf(IDC_PITCHS_TIME), u"00:01:00.000");
   EXPECT_EQ(TextOf(IDC_PITCHS_FINAL_TIME), u"00:00:30.000");
@@ -158,7 +158,7 @@ TEST_F(PitchPage, TimesFollowTheRatioAndTheTypedTime) {
 }
 
 TEST_F(PitchPage, CommandsReachTheEffect) {
-  Open(QxPitchsPage_Template(false));
+  Open(QxPitchsPage_Template());
   Type(IDC_PITCHS_CENTS_EDIT, u"-12.34");
   int32_t cents = 0, mode = 0, preserve = 0;
   effect.GetCents(&cents);
@@ -173,5 +173,26 @@ TEST_F(PitchPage, CommandsReachTheEffect) {
   effect.GetPreserveDuration(&preserve);
   EXPECT_EQ(preserve, 1);
   EXPECT_FALSE(Enabled(IDC_PITCHS_TIME));
+}
+
+// The page as a host gets it: named by the filter, made by the class table, in a property frame.
+class PitchFromTable : public PageTest {};
+
+TEST_F(PitchFromTable, OpensForTheFilterAndSetsWhatIsTyped) {
+  Open(CLSID_QxPitchs);
+  IQxPitchsProp* prop = nullptr;
+  ASSERT_EQ(object_->QueryInterface(IID_IQxPitchsProp, reinterpret_cast<void**>(&prop)), S_OK);
+  EXPECT_EQ(Text(IDC_PITCHS_FINAL_LABEL), u"Need input pin");
+  SendMessage(Item(IDC_PITCHS_SEMITONES_EDIT), EM_SETSEL, 0, -1);
+  SendMessage(Item(IDC_PITCHS_SEMITONES_EDIT), EM_REPLACESEL, 1, reinterpret_cast<LPARAM>(u"-7"));
+  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_PITCHS_SEMITONES_EDIT, EN_KILLFOCUS), 0);
+  int32_t semitones = 0;
+  double ratio = 0;
+  prop->GetSemitones(&semitones);
+  prop->GetRatio(&ratio);
+  EXPECT_EQ(semitones, -7);
+  EXPECT_EQ(ratio, QxPitchsRatio(-7, 0));
+  EXPECT_EQ(Text(IDC_PITCHS_MUSICAL), u"Down 5th  ");
+  prop->Release();
 }
 }  // namespace

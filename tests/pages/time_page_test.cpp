@@ -3,14 +3,13 @@
 // pin, and the edits' conversions including the infinities the setter clamps.
 #include <cmath>
 
+#include "aplugins/qxppack1/module/module_api.h"
 #include "aplugins/qxppack1/pages/time_page.h"
 #include "aplugins/qxppack1/pages/time_text.h"
 #include "aplugins/qxppack1/pitchtime/time_transform.h"
 #include "tests/pages/page_logic_rig.h"
 
 namespace {
-const auto* g_env = ::testing::AddGlobalTestEnvironment(new PageStrings);
-
 TEST(TimeText, ClockReader) {
   const struct {
     const char16_t* text;
@@ -77,7 +76,7 @@ TEST_F(TimePage, LabelsAndTextsPerForm) {
       {QX_TIME_CLOCK, u"&Initial Time (hr:mn:sc.xxx):", u"&Final Time (00:00:30.000 to 00:05:00.000):",
        u"00:01:00.000", u"00:01:06.000", true},
   };
-  Open(QxTimePage_Template(false));
+  Open(QxTimePage_Template());
   for (const auto& r : rows) {
     Pick(IDC_TIME_FORMAT, r.format);
     int32_t format = -1;
@@ -94,7 +93,7 @@ TEST_F(TimePage, LabelsAndTextsPerForm) {
 
 TEST_F(TimePage, TimeFormNeedsAnInputPin) {
   effect.SetInputFormat(QX_TIME_CLOCK);
-  Open(QxTimePage_Template(false));
+  Open(QxTimePage_Template());
   EXPECT_EQ(TextOf(IDC_TIME_FINAL_LABEL), u"Need input pin");
   EXPECT_EQ(TextOf(IDC_TIME_FINAL), u"00:00:00.000");
   EXPECT_EQ(TextOf(IDC_TIME_INITIAL), u"00:00:00.000");
@@ -108,7 +107,7 @@ TEST_F(TimePage, TypedValuesBecomeTheFinalLength) {
   effect.rate = 44100;
   effect.SetInputFormat(QX_TIME_TEMPO);
   effect.SetFinalLength(10001.0);
-  Open(QxTimePage_Template(false));
+  Open(QxTimePage_Template());
   SendMessage(dialog, WM_COMMAND, MAKEWPARAM(IDC_TIME_FINAL, EN_KILLFOCUS), 0);
   EXPECT_EQ(Final(), 10001.0);  // left untouched, the rounded "119.99" is not read back
   Type(IDC_TIME_FINAL, u"0");  // a final tempo of 0 divides by zero; the setter clamps the infinity
@@ -132,5 +131,22 @@ TEST_F(TimePage, TypedValuesBecomeTheFinalLength) {
   int32_t mode = 0;
   effect.GetMode(&mode);
   EXPECT_EQ(mode, 18);
+}
+
+// The page as a host gets it: named by the filter, made by the class table, in a property frame.
+class TimeFromTable : public PageTest {};
+
+TEST_F(TimeFromTable, OpensForTheFilterAndFollowsTheInputForm) {
+  Open(CLSID_QxTime);
+  IQxTimeProp* prop = nullptr;
+  ASSERT_EQ(object_->QueryInterface(IID_IQxTimeProp, reinterpret_cast<void**>(&prop)), S_OK);
+  EXPECT_EQ(Text(IDC_TIME_FINAL), u"100.00");
+  SendMessage(Item(IDC_TIME_FORMAT), CB_SETCURSEL, QX_TIME_CLOCK, 0);
+  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_TIME_FORMAT, CBN_SELCHANGE), 0);
+  int32_t format = 0;
+  prop->GetInputFormat(&format);
+  EXPECT_EQ(format, QX_TIME_CLOCK);
+  EXPECT_EQ(Text(IDC_TIME_FINAL_LABEL), u"Need input pin");
+  prop->Release();
 }
 }  // namespace

@@ -1,7 +1,6 @@
 // Trackbar, drop list and edit helpers of the Pitch Shift and Time Stretch pages.
 #include "aplugins/qxppack1/pages/page_controls.h"
 
-#include "kernel/controls/control_laws.h"
 #include "kernel/controls/control_messages.h"
 
 void QxPage_SetTrackRange(HWND dialog, int id, int minValue, int maxValue) {
@@ -11,16 +10,6 @@ void QxPage_SetTrackRange(HWND dialog, int id, int minValue, int maxValue) {
 
 void QxPage_SetTrackValue(HWND dialog, int id, int value) {
   SendDlgItemMessage(dialog, id, QXCM_SETVALUE, 1, value);
-}
-
-int QxPage_TrackScroll(UINT message, WPARAM wParam, HWND track, int lineStep, int pageStep) {
-  const int lo = static_cast<int>(SendMessage(track, QXCM_GETMIN, 0, 0));
-  const int hi = static_cast<int>(SendMessage(track, QXCM_GETMAX, 0, 0));
-  const int value = static_cast<int>(SendMessage(track, QXCM_GETVALUE, 0, 0));
-  const QxScrollLaw law = message == WM_HSCROLL ? QxScrollLaw::TrackbarHorizontal : QxScrollLaw::TrackbarVertical;
-  const bool ctrl = GetKeyState(VK_CONTROL) < 0;
-  const int next = QxScrollValue(law, LOWORD(wParam), value, lo, hi, lineStep, pageStep, ctrl);
-  return static_cast<int>(SendMessage(track, QXCM_SETVALUE, 1, next));
 }
 
 void QxPage_FillList(HWND dialog, int id, const WCHAR* const* texts, int count) {

@@ -38,8 +38,7 @@ const QxDialogItem kItems[] = {
     {u"STATIC", IDC_PITCHS_FINAL_TIME, u"", 184, 238, 58, 9, SS_RIGHT},
 };
 constexpr int kCount = static_cast<int>(sizeof kItems / sizeof kItems[0]);
-const QxDialogTemplate kChild{WS_CHILD | WS_VISIBLE, WS_EX_CONTROLPARENT, 0, 0, 257, 256, u"Pitch Shift", kItems, kCount};
-const QxDialogTemplate kPopup{WS_POPUP | WS_VISIBLE, 0, 0, 0, 257, 256, u"Pitch Shift", kItems, kCount};
+const QxDialogTemplate kTemplate{WS_CHILD | DS_CONTROL, WS_EX_CONTROLPARENT, 0, 0, 257, 256, u"Pitch Shift", kItems, kCount};
 }  // namespace
 
-const QxDialogTemplate* QxPitchsPage_Template(bool child) { return child ? &kChild : &kPopup; }
+const QxDialogTemplate* QxPitchsPage_Template() { return &kTemplate; }

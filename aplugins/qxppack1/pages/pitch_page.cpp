@@ -3,8 +3,10 @@
 #include "aplugins/qxppack1/pages/pitch_page.h"
 
 #include <cmath>
+#include <new>
 #include <cstdlib>
 
+#include "aplugins/qxppack1/pages/control_scroll.h"
 #include "aplugins/qxppack1/pages/page_controls.h"
 #include "aplugins/qxppack1/pages/string_ids.h"
 #include "aplugins/qxppack1/pages/time_text.h"
@@ -214,17 +216,58 @@ BOOL CQxPitchsPageLogic::OnScroll(UINT message, WPARAM wParam, HWND control) {
   switch (id) {
     case IDC_PITCHS_SEMITONES:
       prop_->GetPreserveDuration(&preserve);
-      prop_->SetSemitones(QxPage_TrackScroll(message, wParam, control, 1, preserve ? 2 : 10));
+      prop_->SetSemitones(Trackbar_DefScrollProc(message, wParam, control, 1, preserve ? 2 : 10));
       break;
     case IDC_PITCHS_CENTS:
-      prop_->SetCents(QxPage_TrackScroll(message, wParam, control, 1, 10));
+      prop_->SetCents(Trackbar_DefScrollProc(message, wParam, control, 1, 10));
       break;
     case IDC_PITCHS_ACCURACY:
-      prop_->SetAccuracy(QxPage_TrackScroll(message, wParam, control, 1, 10));
+      prop_->SetAccuracy(Trackbar_DefScrollProc(message, wParam, control, 1, 10));
       break;
     default:
       return FALSE;
   }
   Refresh(id);
   return TRUE;
+}
+
+namespace {
+constexpr QxPageLayout kLayout{QX_PITCHS_DIALOG, IDS_PITCHS_TITLE, IDS_PITCHS_NAME, &IID_IQxPitchsProp, false};
+}  // namespace
+
+CUnknown* CQxPitchsPropPage::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
+  auto* page = new (std::nothrow) CQxPitchsPropPage(outer);
+  if (hr) *hr = page ? S_OK : E_OUTOFMEMORY;
+  return page;
+}
+
+CQxPitchsPropPage::CQxPitchsPropPage(LPUNKNOWN outer) : CQxPropPage("Pitch Shift page", outer, kLayout) {
+  QxUi_AddDialogTemplate(QxPages_Instance(), QX_PITCHS_DIALOG, QxPitchsPage_Template());
+  // The logic takes the trackbars' scrolls itself: their page steps depend on the parameters.
+  for (int id : {IDC_PITCHS_SEMITONES, IDC_PITCHS_CENTS, IDC_PITCHS_ACCURACY}) {
+    QxPageBinding b;
+    b.control = id;
+    b.custom = [this](int, HWND control, UINT msg, WPARAM wParam) {
+      logic_.Attach(m_hwnd, P());
+      logic_.OnScroll(msg, wParam, control);
+    };
+    bindings_.push_back(std::move(b));
+  }
+}
+
+HRESULT CQxPitchsPropPage::RegisterNotify(HWND window, uint16_t id) { return P()->RegisterWindow(window, id, id != 0); }
+
+void CQxPitchsPropPage::InitControls() {
+  logic_.Attach(m_hwnd, P());
+  logic_.Init();
+}
+
+void CQxPitchsPropPage::Refresh(int id, bool) {
+  logic_.Attach(m_hwnd, P());
+  logic_.Refresh(id);
+}
+
+bool CQxPitchsPropPage::OnCommand(int id, int code, HWND) {
+  logic_.Attach(m_hwnd, P());
+  return logic_.OnCommand(id, code) != FALSE;
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "aplugins/qxppack1/pitchtime/pitchs_prop.h"
+#include "aplugins/qxppack1/pages/page_base.h"
 #include "aplugins/qxppack1/pages/page_controls.h"
 
 inline constexpr int QX_PITCHS_DIALOG = 2001;
@@ -42,8 +43,8 @@ double QxPitchsRatio(int32_t semitones, int32_t cents);
 // "Up 5th +" and the like: word, interval and sign, or two blanks when the shift is (about) none.
 void QxPitchsMusicalText(int32_t semitones, int32_t cents, WCHAR* text, int size);
 
-// The template of dialog 2001; `child` for a page inside a frame, else a window of its own.
-const QxDialogTemplate* QxPitchsPage_Template(bool child);
+// The template of dialog 2001, a child of the property frame.
+const QxDialogTemplate* QxPitchsPage_Template();
 
 // The page's logic over a dialog made from that template: it fills and refreshes the controls
 // from the interface and turns the user's commands into its setters. Either handle may be null,
@@ -57,4 +58,21 @@ class CQxPitchsPageLogic : public CQxPageLogic<IQxPitchsProp> {
 
  private:
   void RefreshShift(int32_t semitones, int32_t cents);
+};
+
+// The page object the class table makes: the frame's page with the logic above behind it.
+class CQxPitchsPropPage final : public CQxPropPage {
+ public:
+  static CUnknown* CreateInstance(LPUNKNOWN outer, HRESULT* hr);
+  explicit CQxPitchsPropPage(LPUNKNOWN outer);
+
+ protected:
+  HRESULT RegisterNotify(HWND window, uint16_t id) override;
+  void InitControls() override;
+  void Refresh(int id, bool force) override;
+  bool OnCommand(int id, int code, HWND control) override;
+
+ private:
+  IQxPitchsProp* P() const { return Prop<IQxPitchsProp>(); }
+  CQxPitchsPageLogic logic_;
 };

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 enum QxPackStringId : uint32_t {
+  IDS_TIME_TITLE = 1000,  // the page's title
   IDS_TIME_NAME = 1050,
   IDS_TIME_PRESET0 = 1200,  // one number per preset row, in row order
   // Texts the Time Stretch page writes at run time.
@@ -15,6 +16,7 @@ enum QxPackStringId : uint32_t {
   IDS_TIME_PAGE_FINAL_TEMPO = 1305,
   IDS_TIME_PAGE_FINAL_TIME = 1306,
   IDS_TIME_PAGE_FORMAT0 = 1310,  // the three input forms, in InputFormat order
+  IDS_PITCHS_TITLE = 2000,
   IDS_PITCHS_NAME = 2050,
   IDS_PITCHS_PRESET0 = 2200,
   // Texts the Pitch Shift page writes at run time.

@@ -7,6 +7,7 @@
   u"Quarter Note Triplet,Quarter Note,Dotted Quarter Note,Half Note Triplet,Half Note,Dotted Half Note"
 
 const QxStringTableEntry g_QxPackStrings[] = {
+    {IDS_TIME_TITLE, u"Time Stretch"},
     {IDS_TIME_NAME, u"Time Stretch"},
     {IDS_TIME_PRESET0 + 0, u"(Default)"},
     {IDS_TIME_PRESET0 + 1, u"Default all parameters"},
@@ -23,6 +24,7 @@ const QxStringTableEntry g_QxPackStrings[] = {
     {IDS_TIME_PAGE_FORMAT0 + 1, u"Tempo (bpm)"},
     {IDS_TIME_PAGE_FORMAT0 + 2, u"Time (hr:mn:sc.xxx)"},
 
+    {IDS_PITCHS_TITLE, u"Pitch Shift"},
     {IDS_PITCHS_NAME, u"Pitch Shift"},
     {IDS_PITCHS_PRESET0 + 0, u"(Default)"},
     {IDS_PITCHS_PRESET0 + 1, u"Default all parameters"},

@@ -24,8 +24,7 @@ const QxDialogItem kItems[] = {
     {u"STATIC", IDC_TIME_PERCENT, u"", 92, 130, 60, 9, SS_LEFT | SS_NOPREFIX},
 };
 constexpr int kCount = static_cast<int>(sizeof kItems / sizeof kItems[0]);
-const QxDialogTemplate kChild{WS_CHILD | WS_VISIBLE, WS_EX_CONTROLPARENT, 0, 0, 257, 152, u"Time Stretch", kItems, kCount};
-const QxDialogTemplate kPopup{WS_POPUP | WS_VISIBLE, 0, 0, 0, 257, 152, u"Time Stretch", kItems, kCount};
+const QxDialogTemplate kTemplate{WS_CHILD | DS_CONTROL, WS_EX_CONTROLPARENT, 0, 0, 257, 152, u"Time Stretch", kItems, kCount};
 }  // namespace
 
-const QxDialogTemplate* QxTimePage_Template(bool child) { return child ? &kChild : &kPopup; }
+const QxDialogTemplate* QxTimePage_Template() { return &kTemplate; }

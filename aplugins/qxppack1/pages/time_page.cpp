@@ -3,7 +3,9 @@
 #include "aplugins/qxppack1/pages/time_page.h"
 
 #include <cmath>
+#include <new>
 
+#include "aplugins/qxppack1/pages/control_scroll.h"
 #include "aplugins/qxppack1/pages/page_controls.h"
 #include "aplugins/qxppack1/pages/string_ids.h"
 #include "aplugins/qxppack1/pages/time_text.h"
@@ -173,7 +175,48 @@ BOOL CQxTimePageLogic::OnCommand(int id, int code) {
 
 BOOL CQxTimePageLogic::OnScroll(UINT message, WPARAM wParam, HWND control) {
   if (!dialog_ || !prop_ || GetDlgCtrlID(control) != IDC_TIME_FINAL_TRACK) return FALSE;
-  prop_->SetFinalLength(QxPage_TrackScroll(message, wParam, control, 1, 100) + kTrackOrigin);
+  prop_->SetFinalLength(Trackbar_DefScrollProc(message, wParam, control, 1, 100) + kTrackOrigin);
   Refresh(IDC_TIME_FINAL_TRACK);
   return TRUE;
+}
+
+namespace {
+constexpr QxPageLayout kLayout{QX_TIME_DIALOG, IDS_TIME_TITLE, IDS_TIME_NAME, &IID_IQxTimeProp, false};
+}  // namespace
+
+CUnknown* CQxTimePropPage::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
+  auto* page = new (std::nothrow) CQxTimePropPage(outer);
+  if (hr) *hr = page ? S_OK : E_OUTOFMEMORY;
+  return page;
+}
+
+CQxTimePropPage::CQxTimePropPage(LPUNKNOWN outer) : CQxPropPage("Time Stretch page", outer, kLayout) {
+  QxUi_AddDialogTemplate(QxPages_Instance(), QX_TIME_DIALOG, QxTimePage_Template());
+  // The logic takes the trackbars' scrolls itself: their page steps depend on the parameters.
+  for (int id : {IDC_TIME_FINAL_TRACK}) {
+    QxPageBinding b;
+    b.control = id;
+    b.custom = [this](int, HWND control, UINT msg, WPARAM wParam) {
+      logic_.Attach(m_hwnd, P());
+      logic_.OnScroll(msg, wParam, control);
+    };
+    bindings_.push_back(std::move(b));
+  }
+}
+
+HRESULT CQxTimePropPage::RegisterNotify(HWND window, uint16_t id) { return P()->RegisterWindow(window, id, id != 0); }
+
+void CQxTimePropPage::InitControls() {
+  logic_.Attach(m_hwnd, P());
+  logic_.Init();
+}
+
+void CQxTimePropPage::Refresh(int id, bool) {
+  logic_.Attach(m_hwnd, P());
+  logic_.Refresh(id);
+}
+
+bool CQxTimePropPage::OnCommand(int id, int code, HWND) {
+  logic_.Attach(m_hwnd, P());
+  return logic_.OnCommand(id, code) != FALSE;
 }

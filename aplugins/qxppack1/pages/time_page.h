@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "aplugins/qxppack1/pitchtime/time_prop.h"
+#include "aplugins/qxppack1/pages/page_base.h"
 #include "aplugins/qxppack1/pages/page_controls.h"
 
 inline constexpr int QX_TIME_DIALOG = 1001;
@@ -30,8 +31,8 @@ enum QxTimeInputFormat : int32_t { QX_TIME_PERCENT = 0, QX_TIME_TEMPO = 1, QX_TI
 BOOL QxTimeFinalFromText(const WCHAR* text, int32_t format, const TimeParams& params, uint32_t rate,
                          double* finalLength);
 
-// The template of dialog 1001; `child` for a page inside a frame, else a window of its own.
-const QxDialogTemplate* QxTimePage_Template(bool child);
+// The template of dialog 1001, a child of the property frame.
+const QxDialogTemplate* QxTimePage_Template();
 
 // The page's logic over a dialog made from that template. Either handle may be null, in which
 // case nothing is read or written.
@@ -44,4 +45,21 @@ class CQxTimePageLogic : public CQxPageLogic<IQxTimeProp> {
 
  private:
   void WriteRange(const TimeParams& p, bool haveRate, uint32_t rate);
+};
+
+// The page object the class table makes: the frame's page with the logic above behind it.
+class CQxTimePropPage final : public CQxPropPage {
+ public:
+  static CUnknown* CreateInstance(LPUNKNOWN outer, HRESULT* hr);
+  explicit CQxTimePropPage(LPUNKNOWN outer);
+
+ protected:
+  HRESULT RegisterNotify(HWND window, uint16_t id) override;
+  void InitControls() override;
+  void Refresh(int id, bool force) override;
+  bool OnCommand(int id, int code, HWND control) override;
+
+ private:
+  IQxTimeProp* P() const { return Prop<IQxTimeProp>(); }
+  CQxTimePageLogic logic_;
 };
