@@ -193,6 +193,11 @@ TEST_F(PitchFromTable, OpensForTheFilterAndSetsWhatIsTyped) {
   EXPECT_EQ(semitones, -7);
   EXPECT_EQ(ratio, QxPitchsRatio(-7, 0));
   EXPECT_EQ(Text(IDC_PITCHS_MUSICAL), u"Down 5th  ");
+  EXPECT_EQ(Position(IDC_PITCHS_SEMITONES), -7);
+  SendMessage(dlg_, WM_HSCROLL, QX_SCROLL_PAGEDOWN, reinterpret_cast<LPARAM>(Item(IDC_PITCHS_SEMITONES)));
+  prop->GetSemitones(&semitones);
+  EXPECT_EQ(semitones, 3);  // a page is 10 semitones while the duration is free
+  EXPECT_EQ(Text(IDC_PITCHS_SEMITONES_EDIT), u"3");
   prop->Release();
 }
 }  // namespace

@@ -147,6 +147,9 @@ TEST_F(TimeFromTable, OpensForTheFilterAndFollowsTheInputForm) {
   prop->GetInputFormat(&format);
   EXPECT_EQ(format, QX_TIME_CLOCK);
   EXPECT_EQ(Text(IDC_TIME_FINAL_LABEL), u"Need input pin");
+  SendMessage(dlg_, WM_HSCROLL, QX_SCROLL_PAGEDOWN, reinterpret_cast<LPARAM>(Item(IDC_TIME_FINAL_TRACK)));
+  EXPECT_EQ(Text(IDC_TIME_PERCENT), u"101.00 %");
+  EXPECT_EQ(Position(IDC_TIME_FINAL_TRACK), 100);  // the range's top, 40000, is beyond 16 bits
   prop->Release();
 }
 }  // namespace

@@ -4,8 +4,11 @@
 #include "kernel/controls/control_messages.h"
 
 void QxPage_SetTrackRange(HWND dialog, int id, int minValue, int maxValue) {
-  SendDlgItemMessage(dialog, id, QXCM_SETRANGE, 0,
-                     static_cast<LPARAM>(MAKELONG(static_cast<WORD>(minValue), static_cast<WORD>(maxValue))));
+  // One end at a time: the packed range message holds 16-bit ends, and FinalLength's reach 40000.
+  // The minimum goes again last, in case the old maximum was below it.
+  SendDlgItemMessage(dialog, id, QXCM_SETMIN, 0, minValue);
+  SendDlgItemMessage(dialog, id, QXCM_SETMAX, 0, maxValue);
+  SendDlgItemMessage(dialog, id, QXCM_SETMIN, 0, minValue);
 }
 
 void QxPage_SetTrackValue(HWND dialog, int id, int value) {

@@ -7,7 +7,7 @@
 #include "platform/com/hresult.h"
 #include "platform/ui/dialog.h"
 
-// Range and value of a trackbar item, without a repaint of its own for the range.
+// Range and value of a trackbar item.
 void QxPage_SetTrackRange(HWND dialog, int id, int minValue, int maxValue);
 void QxPage_SetTrackValue(HWND dialog, int id, int value);
 // Fills a drop list with `count` texts, each with its index as item data.

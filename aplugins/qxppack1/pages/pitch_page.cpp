@@ -3,15 +3,15 @@
 #include "aplugins/qxppack1/pages/pitch_page.h"
 
 #include <cmath>
-#include <new>
 #include <cstdlib>
+#include <new>
 
-#include "aplugins/qxppack1/pages/control_scroll.h"
 #include "aplugins/qxppack1/pages/page_controls.h"
 #include "aplugins/qxppack1/pages/string_ids.h"
 #include "aplugins/qxppack1/pages/time_text.h"
 #include "aplugins/qxppack1/pitchtime/splice_engine.h"
 #include "kernel/controls/control_messages.h"
+#include "kernel/controls/trackbar.h"
 #include "kernel/controls/window_text.h"
 #include "kernel/services/qx_lang.h"
 #include "kernel/services/qx_valuetext.h"
