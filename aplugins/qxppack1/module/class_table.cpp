@@ -12,6 +12,8 @@
 #include "aplugins/qxppack1/module/filter_setup.h"
 #include "aplugins/qxppack1/module/module_entry.h"
 #include "aplugins/qxppack1/pages/echos_page.h"
+#include "aplugins/qxppack1/pages/pitch_page.h"
+#include "aplugins/qxppack1/pages/time_page.h"
 
 namespace {
 // Rows whose classes are not built yet answer E_NOTIMPL from their creation function.
@@ -23,9 +25,9 @@ CUnknown* NotBuilt(LPUNKNOWN, HRESULT* hr) {
 
 const CFactoryTemplate g_Templates[] = {
     {u"Time Stretch", &CLSID_QxTime, CQxTime::CreateInstance, nullptr, &g_QxTimeSetup},
-    {u"QxTime Property Page", &CLSID_QxTimePropPage, NotBuilt, nullptr, nullptr},
+    {u"QxTime Property Page", &CLSID_QxTimePropPage, CQxTimePropPage::CreateInstance, nullptr, nullptr},
     {u"Pitch Shift", &CLSID_QxPitchs, CQxPitchs::CreateInstance, nullptr, &g_QxPitchsSetup},
-    {u"QxPitchs Property Page", &CLSID_QxPitchsPropPage, NotBuilt, nullptr, nullptr},
+    {u"QxPitchs Property Page", &CLSID_QxPitchsPropPage, CQxPitchsPropPage::CreateInstance, nullptr, nullptr},
     {u"Simple Delay", &CLSID_QxEchos, CQxEchos::CreateInstance, nullptr, &g_QxEchosSetup},
     {u"QxEchos Property Page", &CLSID_QxEchosPropPage, CQxEchosPropPage::CreateInstance, nullptr, nullptr},
     {u"Multi-Tap Delay", &CLSID_QxEchomt, CQxEchomt::CreateInstance, nullptr, &g_QxEchomtSetup},

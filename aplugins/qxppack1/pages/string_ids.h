@@ -4,10 +4,29 @@
 #include <cstdint>
 
 enum QxPackStringId : uint32_t {
+  IDS_TIME_TITLE = 1000,  // the page's title
   IDS_TIME_NAME = 1050,
   IDS_TIME_PRESET0 = 1200,  // one number per preset row, in row order
+  // Texts the Time Stretch page writes at run time.
+  IDS_TIME_PAGE_NEED_PIN = 1300,
+  IDS_TIME_PAGE_UNAVAILABLE = 1301,
+  IDS_TIME_PAGE_INITIAL_TEMPO = 1302,
+  IDS_TIME_PAGE_INITIAL_TIME = 1303,
+  IDS_TIME_PAGE_FINAL_PERCENT = 1304,  // formats with two %s: low and high, or high and low
+  IDS_TIME_PAGE_FINAL_TEMPO = 1305,
+  IDS_TIME_PAGE_FINAL_TIME = 1306,
+  IDS_TIME_PAGE_FORMAT0 = 1310,  // the three input forms, in InputFormat order
+  IDS_PITCHS_TITLE = 2000,
   IDS_PITCHS_NAME = 2050,
   IDS_PITCHS_PRESET0 = 2200,
+  // Texts the Pitch Shift page writes at run time.
+  IDS_PITCHS_PAGE_NEED_PIN = 2300,
+  IDS_PITCHS_PAGE_SEMITONES50 = 2301,
+  IDS_PITCHS_PAGE_SEMITONES12 = 2302,
+  IDS_PITCHS_PAGE_FINAL_TIME = 2303,  // a format with two %s
+  IDS_PITCHS_PAGE_UP = 2304,
+  IDS_PITCHS_PAGE_DOWN = 2305,
+  IDS_PITCHS_PAGE_INTERVAL0 = 2310,  // twelve interval names, by semitone count modulo 12
 
   IDS_ECHOS_TITLE = 3000,  // the page's title
   IDS_ECHOS_NAME = 3022,
