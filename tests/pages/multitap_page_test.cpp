@@ -4,7 +4,15 @@
 
 #include <algorithm>
 
+#include "aplugins/qxppack1/delay/echomt_filter.h"
+#include "aplugins/qxppack1/module/module_api.h"
 #include "aplugins/qxppack1/pages/echomt_graph.h"
+#include "aplugins/qxppack1/pages/echomt_page.h"
+#include "kernel/controls/control_messages.h"
+#include "kernel/controls/ui_colors.h"
+#include "kernel/services/qx_valuetext.h"
+#include "tests/pages/page_rig.h"
+#include "tests/support/effect_rig.h"
 
 namespace {
 EchomtParams OneTap(int delay, int gain, int feedback) {
@@ -85,4 +93,131 @@ TEST(TapGraphBars, GeometryOnTheAxisBeyondTheRangeAndDrawingOrder) {
   EXPECT_EQ(bars[2].ms, 200);
 }
 
+// The page in its frame over a live Multi-Tap Delay connected with `channels` channels.
+class MultiTapPage : public PageTest {
+ protected:
+  void Open(WORD channels) {
+    PagesSetUpOnce();
+    QxHeadless_UseVirtualClock();
+    QxInat_Load("C");
+    rig_ = std::make_unique<EffectRig<CQxEchomt>>(PlainFormat(1, channels, 16), 16);
+    rig_->effect->NonDelegatingQueryInterface(IID_IQxEchomtProp, prop.PutVoid());
+    rig_->effect->NonDelegatingQueryInterface(IID_IUnknown, reinterpret_cast<void**>(&object_));
+    page_ = MakeFromTable<IPropertyPage>(CLSID_QxEchomtPropPage, IID_IPropertyPage);
+    ASSERT_TRUE(page_);
+    HRESULT hr = S_OK;
+    frame_ = CQxPropertyFrame::Open(page_, object_, nullptr, false, &hr);
+    ASSERT_EQ(hr, S_OK);
+    dlg = dlg_ = frame_->PageWindow();
+    graph = Item(IDC_MT_GRAPH);
+  }
+  void Close() {
+    PageTest::TearDown();
+    frame_ = nullptr, page_ = nullptr, object_ = nullptr;
+    prop.Reset();
+    rig_.reset();
+  }
+  void TearDown() override { Close(); }
+  // Tells the page the record changed, as the effect does after a preset or a load.
+  void Notify() { SendMessage(dlg, WM_COMMAND, QX_PAGE_NOTIFY_ID, 0); }
+  // How many pixels of the graph have colour `c`.
+  int Count(COLORREF c) {
+    RECT rc;
+    GetClientRect(graph, &rc);
+    int n = 0;
+    for (int x = 0; x < rc.right; ++x)
+      for (int y = 0; y < rc.bottom; ++y) n += QxHeadless_Pixel(graph, x, y) == c;
+    return n;
+  }
+  std::unique_ptr<EffectRig<CQxEchomt>> rig_;
+  ComPtr<IQxEchomtProp> prop;
+  HWND dlg = nullptr, graph = nullptr;
+};
+
+TEST_F(MultiTapPage, ReducingTheTapCountBelowTheCurrentTapMovesTheSelectionToTheLastTap) {
+  Open(2);
+  prop->SetTapCount(8);
+  prop->SetCurrentTap(6);
+  Notify();
+  EXPECT_EQ(IsDlgButtonChecked(dlg, IDC_MT_TAP1 + 6), BST_CHECKED);
+  prop->SetTapDelay3(321);
+  HWND count = GetDlgItem(dlg, IDC_MT_TAP_COUNT);  // dragged down to 3
+  SendMessage(count, QXCM_SETVALUE, 1, 3);
+  SendMessage(dlg, WM_HSCROLL, MAKEWPARAM(QX_SCROLL_DRAGGING, 3), reinterpret_cast<LPARAM>(count));
+  int32_t tap = -1;
+  prop->GetCurrentTap(&tap);
+  EXPECT_EQ(tap, 2);
+  for (int i = 0; i < 8; ++i) {
+    EXPECT_EQ(IsDlgButtonChecked(dlg, IDC_MT_TAP1 + i), i == 2 ? BST_CHECKED : BST_UNCHECKED) << i;
+    EXPECT_EQ(IsWindowEnabled(GetDlgItem(dlg, IDC_MT_TAP1 + i)), i < 3) << i;
+  }
+  WCHAR text[16];
+  GetDlgItemText(dlg, IDC_MT_TAP_DELAY_EDIT, text, 16);
+  EXPECT_EQ(std::u16string(text), u"321") << "the tap controls follow the selection";
+}
+
+TEST_F(MultiTapPage, PanIsForStereoAloneAndNeverMovesTheGraph) {
+  for (WORD channels : {1, 2, 6}) {
+    Open(channels);
+    EXPECT_EQ(IsWindowEnabled(GetDlgItem(dlg, IDC_MT_TAP_PAN)), channels == 2) << channels;
+    EXPECT_EQ(IsWindowEnabled(GetDlgItem(dlg, IDC_MT_PAN_TEXT)), channels == 2) << channels;
+    Close();
+  }
+  Open(2);
+  rig_->effect->LoadPreset(24);  // stereo-panned taps with feedback
+  QxHeadless_Pump();
+  RECT rc;
+  GetClientRect(graph, &rc);
+  std::vector<COLORREF> before;
+  for (int x = 0; x < rc.right; ++x) before.push_back(QxHeadless_Pixel(graph, x, rc.bottom / 4));
+  for (int pan : {-100, 37, 100}) {
+    EchomtParams p;
+    prop->GetAllParameters(&p);
+    for (int& v : p.tapPan) v = pan;
+    prop->SetAllParameters(&p);
+    Notify();
+    for (int x = 0; x < rc.right; ++x) ASSERT_EQ(QxHeadless_Pixel(graph, x, rc.bottom / 4), before[x]) << pan << " " << x;
+  }
+}
+
+TEST_F(MultiTapPage, GraphDrawsTapsAloneWithoutFeedbackAndClipsTapsBeyondTheRange) {
+  Open(1);
+  const COLORREF echo = QxGetUIColor(QXUI_COLOR_GRAPH_ECHO), tap = QxGetUIColor(QXUI_COLOR_GRAPH_MARK),
+                 current = QxGetUIColor(QXUI_COLOR_GRAPH_CURRENT);
+  EchomtParams p = QX_ECHOMT_DEFAULTS;
+  p.tapCount = 2, p.tapDelay[0] = 100, p.tapDelay[1] = 800;  // the second lies past 500 ms
+  prop->SetAllParameters(&p);
+  Notify();
+  RECT rc;
+  GetClientRect(graph, &rc);
+  EXPECT_EQ(Count(echo), 0);
+  EXPECT_GT(Count(current), 0);
+  EXPECT_EQ(Count(tap), 0) << "the tap at 800 ms lies beyond the right edge, not on it";
+  prop->SetFeedback(50);
+  Notify();
+  EXPECT_GT(Count(echo), 0);
+  SendDlgItemMessage(dlg, IDC_MT_RESOLUTION, CB_SETCURSEL, 1, 0);
+  SendMessage(dlg, WM_COMMAND, MAKEWPARAM(IDC_MT_RESOLUTION, CBN_SELCHANGE), 0);
+  EXPECT_GT(Count(tap), 0) << "at 1,000 ms the second tap shows";
+  WCHAR text[16];
+  GetDlgItemText(dlg, IDC_MT_RANGE_END, text, 16);
+  EXPECT_EQ(std::u16string(text), u"1,000 ms");
+}
+
+TEST_F(MultiTapPage, TypedValuesAreHeldByTheSettersAndMoveTheirTrackbars) {
+  Open(2);
+  struct Case {
+    int edit;
+    const char16_t* typed;
+    const char16_t* shown;
+  } cases[] = {{IDC_MT_TAP_DELAY_EDIT, u"9999", u"2,500"}, {IDC_MT_TAP_DELAY_EDIT, u"1,234", u"1,234"},
+               {IDC_MT_LOW_PASS_EDIT, u"12", u"100"}};
+  for (auto& c : cases) {
+    SetDlgItemText(dlg, c.edit, c.typed);
+    SendMessage(dlg, WM_COMMAND, MAKEWPARAM(c.edit, EN_KILLFOCUS), 0);
+    WCHAR text[16];
+    GetDlgItemText(dlg, c.edit, text, 16);
+    EXPECT_EQ(std::u16string(text), c.shown);
+  }
+}
 }  // namespace
