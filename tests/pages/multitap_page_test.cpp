@@ -151,9 +151,7 @@ TEST_F(MultiTapPage, ReducingTheTapCountBelowTheCurrentTapMovesTheSelectionToThe
     EXPECT_EQ(IsDlgButtonChecked(dlg, IDC_MT_TAP1 + i), i == 2 ? BST_CHECKED : BST_UNCHECKED) << i;
     EXPECT_EQ(IsWindowEnabled(GetDlgItem(dlg, IDC_MT_TAP1 + i)), i < 3) << i;
   }
-  WCHAR text[16];
-  GetDlgItemText(dlg, IDC_MT_TAP_DELAY_EDIT, text, 16);
-  EXPECT_EQ(std::u16string(text), u"321") << "the tap controls follow the selection";
+  EXPECT_EQ(Text(IDC_MT_TAP_DELAY_EDIT), u"321") << "the tap controls follow the selection";
 }
 
 TEST_F(MultiTapPage, PanIsForStereoAloneAndNeverMovesTheGraph) {
@@ -188,8 +186,6 @@ TEST_F(MultiTapPage, GraphDrawsTapsAloneWithoutFeedbackAndClipsTapsBeyondTheRang
   p.tapCount = 2, p.tapDelay[0] = 100, p.tapDelay[1] = 800;  // the second lies past 500 ms
   prop->SetAllParameters(&p);
   Notify();
-  RECT rc;
-  GetClientRect(graph, &rc);
   EXPECT_EQ(Count(echo), 0);
   EXPECT_GT(Count(current), 0);
   EXPECT_EQ(Count(tap), 0) << "the tap at 800 ms lies beyond the right edge, not on it";
@@ -199,25 +195,24 @@ TEST_F(MultiTapPage, GraphDrawsTapsAloneWithoutFeedbackAndClipsTapsBeyondTheRang
   SendDlgItemMessage(dlg, IDC_MT_RESOLUTION, CB_SETCURSEL, 1, 0);
   SendMessage(dlg, WM_COMMAND, MAKEWPARAM(IDC_MT_RESOLUTION, CBN_SELCHANGE), 0);
   EXPECT_GT(Count(tap), 0) << "at 1,000 ms the second tap shows";
-  WCHAR text[16];
-  GetDlgItemText(dlg, IDC_MT_RANGE_END, text, 16);
-  EXPECT_EQ(std::u16string(text), u"1,000 ms");
+  EXPECT_EQ(Text(IDC_MT_RANGE_END), u"1,000 ms");
 }
 
 TEST_F(MultiTapPage, TypedValuesAreHeldByTheSettersAndMoveTheirTrackbars) {
   Open(2);
   struct Case {
-    int edit;
+    int edit, bar;
     const char16_t* typed;
     const char16_t* shown;
-  } cases[] = {{IDC_MT_TAP_DELAY_EDIT, u"9999", u"2,500"}, {IDC_MT_TAP_DELAY_EDIT, u"1,234", u"1,234"},
-               {IDC_MT_LOW_PASS_EDIT, u"12", u"100"}};
+    int position;
+  } cases[] = {{IDC_MT_TAP_DELAY_EDIT, IDC_MT_TAP_DELAY, u"9999", u"2,500", 2500},
+               {IDC_MT_TAP_DELAY_EDIT, IDC_MT_TAP_DELAY, u"1,234", u"1,234", 1234},
+               {IDC_MT_LOW_PASS_EDIT, IDC_MT_LOW_PASS, u"12", u"100", 100}};
   for (auto& c : cases) {
     SetDlgItemText(dlg, c.edit, c.typed);
     SendMessage(dlg, WM_COMMAND, MAKEWPARAM(c.edit, EN_KILLFOCUS), 0);
-    WCHAR text[16];
-    GetDlgItemText(dlg, c.edit, text, 16);
-    EXPECT_EQ(std::u16string(text), c.shown);
+    EXPECT_EQ(Text(c.edit), c.shown);
+    EXPECT_EQ(Position(c.bar), c.position);
   }
 }
 }  // namespace
