@@ -14,6 +14,7 @@
 #include "aplugins/qxppack1/pages/echos_page.h"
 #include "aplugins/qxppack1/pages/pitch_page.h"
 #include "aplugins/qxppack1/pages/time_page.h"
+#include "aplugins/qxppack1/pages/echomt_page.h"
 
 namespace {
 // Rows whose classes are not built yet answer E_NOTIMPL from their creation function.
@@ -31,7 +32,7 @@ const CFactoryTemplate g_Templates[] = {
     {u"Simple Delay", &CLSID_QxEchos, CQxEchos::CreateInstance, nullptr, &g_QxEchosSetup},
     {u"QxEchos Property Page", &CLSID_QxEchosPropPage, CQxEchosPropPage::CreateInstance, nullptr, nullptr},
     {u"Multi-Tap Delay", &CLSID_QxEchomt, CQxEchomt::CreateInstance, nullptr, &g_QxEchomtSetup},
-    {u"QxEchomt Property Page", &CLSID_QxEchomtPropPage, NotBuilt, nullptr, nullptr},
+    {u"QxEchomt Property Page", &CLSID_QxEchomtPropPage, CQxEchomtPropPage::CreateInstance, nullptr, nullptr},
     {u"Reverb", &CLSID_QxReverb, CQxReverb::CreateInstance, nullptr, &g_QxReverbSetup},
     {u"QxReverb Property Page", &CLSID_QxReverbPropPage, NotBuilt, nullptr, nullptr},
     {u"Chorus", &CLSID_QxChorus, CQxChorus::CreateInstance, nullptr, &g_QxChorusSetup},

@@ -35,6 +35,7 @@ enum QxPackStringId : uint32_t {
   IDS_ECHOS_DELAY_NOTES = 3330,  // the 18 note names, comma-separated
   IDS_ECHOS_DECAY_NOTES = 3331,  // the same and "Measures"
 
+  IDS_ECHOMT_TITLE = 4000,  // the page's title
   IDS_ECHOMT_NAME = 4119,
   IDS_ECHOMT_PRESET0 = 4200,
 

@@ -75,6 +75,7 @@ const QxStringTableEntry g_QxPackStrings[] = {
     {IDS_ECHOS_DELAY_NOTES, NOTES_18},
     {IDS_ECHOS_DECAY_NOTES, NOTES_18 u",Measures"},
 
+    {IDS_ECHOMT_TITLE, u"Multi-Tap Delay"},
     {IDS_ECHOMT_NAME, u"Multi-Tap Delay"},
     {IDS_ECHOMT_PRESET0 + 0, u"(Default)"},
     {IDS_ECHOMT_PRESET0 + 1, u"Default all parameters"},
