@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <new>
 
@@ -16,6 +17,15 @@
 
 namespace {
 SNDFILE* File(void* p) { return static_cast<SNDFILE*>(p); }
+
+// Samples at the top or the bottom of their type's range; a sum of compares, which vectorises.
+template <class T>
+LONGLONG CountEnds(const T* p, sf_count_t n) {
+  constexpr T top = std::numeric_limits<T>::max(), bottom = std::numeric_limits<T>::min();
+  LONGLONG count = 0;
+  for (sf_count_t i = 0; i < n; ++i) count += (p[i] == top) | (p[i] == bottom);
+  return count;
+}
 }  // namespace
 
 CWavSink::CWavSink(HRESULT* hr) : CSinkFilter("Wav sink", nullptr, CLSID_QxWavSink, hr) {}
@@ -156,6 +166,9 @@ HRESULT CWavSink::OpenFile() {
   m_channels = channels;
   m_blockAlign = reinterpret_cast<const WAVEFORMATEX*>(m_Pin.CurrentMediaType().Format())->nBlockAlign;
   m_frames = 0;
+  m_countFullScale = (form == WavForm::Pcm16 && sub == SF_FORMAT_PCM_16) ||
+                     (form == WavForm::Pcm32 && sub == SF_FORMAT_PCM_32);
+  m_fullScale = 0;
   m_eos = false;
   m_error.clear();
   return S_OK;
@@ -185,10 +198,12 @@ HRESULT CWavSink::OnReceive(IMediaSample* sample) {
     }
     case WavForm::Pcm16:
       put = sf_writef_short(f, reinterpret_cast<const short*>(p), frames);
+      if (m_countFullScale) m_fullScale += CountEnds(reinterpret_cast<const int16_t*>(p), put * m_channels);
       break;
     case WavForm::Pcm24In32:
     case WavForm::Pcm32:
       put = sf_writef_int(f, reinterpret_cast<const int*>(p), frames);
+      if (m_countFullScale) m_fullScale += CountEnds(reinterpret_cast<const int32_t*>(p), put * m_channels);
       break;
     case WavForm::Float32:
       put = sf_writef_float(f, reinterpret_cast<const float*>(p), frames);
