@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <type_traits>
+
+#include "aplugins/qxppack1/frame/prefault.h"
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -62,6 +64,7 @@ HRESULT CQxChorusEngine::Allocate() {
       FreeLines();
       return E_OUTOFMEMORY;
     }
+    QxPrefault(line, doubles * sizeof(double));
   }
   // Without room for the sines the voices call the sine directly, as fast as they ever were.
   for (SineCache& cache : sines_)
@@ -324,6 +327,7 @@ void CQxChorusEngine::Run(typename Form::Sample* buf, uint32_t frames, bool inte
       cache.size = cache.values && period[k] >= 1.0 && period[k] <= kSineCacheFrames
                        ? static_cast<uint32_t>(period[k])
                        : 0;
+      QxPrefault(cache.values, cache.size * sizeof(double));
     }
     caches[k] = &cache;
   }

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "aplugins/qxppack1/frame/prefault.h"
 #include "aplugins/qxppack1/frame/sample_form.h"
 
 namespace {
@@ -275,6 +276,8 @@ HRESULT CQxEchomtEngine::Design(bool keep) {
   for (uint32_t c = 0; c < channels; ++c) {
     line_[c] = static_cast<double*>(std::calloc(static_cast<size_t>(lineFrames_), sizeof(double)));
     if (!line_[c]) return E_OUTOFMEMORY;
+    // In stereo only the first line is run (the two channels share it).
+    if (channels != 2 || c == 0) QxPrefault(line_[c], static_cast<size_t>(lineFrames_) * sizeof(double));
   }
   writeIndex_ = 0;
   lfoPhase_ = 0.0;
