@@ -3,12 +3,16 @@
 #include "platform/mediagraph/wav_sink.h"
 
 #include <sndfile.h>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <new>
 
@@ -16,6 +20,34 @@
 
 namespace {
 SNDFILE* File(void* p) { return static_cast<SNDFILE*>(p); }
+
+// Samples at the top or the bottom of their type's range.
+template <class T>
+LONGLONG CountEnds(const T* p, sf_count_t n) {
+  constexpr T top = std::numeric_limits<T>::max(), bottom = std::numeric_limits<T>::min();
+  LONGLONG count = 0;
+  sf_count_t i = 0;
+#if defined(__SSE2__)
+  if constexpr (sizeof(T) == 2) {
+    // Eight at a time: each compare leaves -1 in a lane that matches, summed in 16-bit lanes for
+    // at most 4096 steps at a stretch, so no lane can overflow.
+    const __m128i hi = _mm_set1_epi16(top), lo = _mm_set1_epi16(bottom);
+    while (n - i >= 8) {
+      __m128i acc = _mm_setzero_si128();
+      const sf_count_t end = i + std::min<sf_count_t>((n - i) / 8, 4096) * 8;
+      for (; i < end; i += 8) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+        acc = _mm_sub_epi16(acc, _mm_or_si128(_mm_cmpeq_epi16(v, hi), _mm_cmpeq_epi16(v, lo)));
+      }
+      alignas(16) uint16_t lanes[8];
+      _mm_store_si128(reinterpret_cast<__m128i*>(lanes), acc);
+      for (uint16_t l : lanes) count += l;
+    }
+  }
+#endif
+  for (; i < n; ++i) count += (p[i] == top) | (p[i] == bottom);
+  return count;
+}
 }  // namespace
 
 CWavSink::CWavSink(HRESULT* hr) : CSinkFilter("Wav sink", nullptr, CLSID_QxWavSink, hr) {}
@@ -156,6 +188,9 @@ HRESULT CWavSink::OpenFile() {
   m_channels = channels;
   m_blockAlign = reinterpret_cast<const WAVEFORMATEX*>(m_Pin.CurrentMediaType().Format())->nBlockAlign;
   m_frames = 0;
+  m_countFullScale = (form == WavForm::Pcm16 && sub == SF_FORMAT_PCM_16) ||
+                     (form == WavForm::Pcm32 && sub == SF_FORMAT_PCM_32);
+  m_fullScale = 0;
   m_eos = false;
   m_error.clear();
   return S_OK;
@@ -185,10 +220,12 @@ HRESULT CWavSink::OnReceive(IMediaSample* sample) {
     }
     case WavForm::Pcm16:
       put = sf_writef_short(f, reinterpret_cast<const short*>(p), frames);
+      if (m_countFullScale) m_fullScale += CountEnds(reinterpret_cast<const int16_t*>(p), put * m_channels);
       break;
     case WavForm::Pcm24In32:
     case WavForm::Pcm32:
       put = sf_writef_int(f, reinterpret_cast<const int*>(p), frames);
+      if (m_countFullScale) m_fullScale += CountEnds(reinterpret_cast<const int32_t*>(p), put * m_channels);
       break;
     case WavForm::Float32:
       put = sf_writef_float(f, reinterpret_cast<const float*>(p), frames);

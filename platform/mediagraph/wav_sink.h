@@ -40,6 +40,10 @@ class CWavSink : public CSinkFilter {
   HRESULT OnEndOfStream() override;
 
   LONGLONG FramesWritten() const { return m_frames; }
+  // Samples written at either end of the file's whole-number range (what rounding clipped), counted
+  // as they pass when the file stores the form's own samples (16 or 32-bit PCM); -1 otherwise, and
+  // the caller reads the file back.
+  LONGLONG FullScaleSamples() const { return m_countFullScale ? m_fullScale : -1; }
   bool EndOfStreamSeen() const { return m_eos; }
   const std::string& LastError() const { return m_error; }
 
@@ -61,6 +65,8 @@ class CWavSink : public CSinkFilter {
   WORD m_channels = 0;
   WORD m_blockAlign = 0;
   LONGLONG m_frames = 0;
+  bool m_countFullScale = false;
+  LONGLONG m_fullScale = 0;
   bool m_eos = false;
   std::vector<short> m_shortScratch;
   std::string m_error;

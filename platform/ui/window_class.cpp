@@ -22,6 +22,9 @@ struct ClassRow {
 
 std::mutex g_lock;
 ClassRow g_rows[kMaxClasses];
+// Rows at and above this index have never been used: lookups stop there instead of touching every
+// row of the table (the table is large, and modules register classes as they load).
+size_t g_rowsInUse = 0;
 ATOM g_nextAtom = 0xC000;  // the platform numbers registered classes from here
 
 bool IsIntResource(LPCWSTR p) { return (reinterpret_cast<uintptr_t>(p) >> 16) == 0; }
@@ -36,8 +39,8 @@ bool SameName(const WCHAR* a, LPCWSTR b) {
 }
 
 ClassRow* Find(LPCWSTR name) {
-  for (ClassRow& r : g_rows)
-    if (r.used && SameName(r.name, name)) return &r;
+  for (size_t i = 0; i < g_rowsInUse; ++i)
+    if (g_rows[i].used && SameName(g_rows[i].name, name)) return &g_rows[i];
   return nullptr;
 }
 
@@ -80,9 +83,11 @@ ATOM RegisterClassW(const WNDCLASSW* wc) {
   if (len >= kMaxName) return 0;
   std::lock_guard<std::mutex> g(g_lock);
   if (Find(name)) return 0;
-  for (ClassRow& r : g_rows) {
+  for (size_t i = 0; i < kMaxClasses; ++i) {
+    ClassRow& r = g_rows[i];
     if (r.used) continue;
     r.used = true;
+    if (i >= g_rowsInUse) g_rowsInUse = i + 1;
     std::copy(name, name + len + 1, r.name);
     r.module = module;
     r.cursor = cursor;

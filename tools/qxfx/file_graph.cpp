@@ -446,7 +446,7 @@ class ProgressBar {
 HRESULT RunGraph(const std::string& in, const std::string& out, int outFormat, const std::vector<IBaseFilter*>& filters,
                  const QxfxRunOptions& options, const std::string& inName, const std::string& outName,
                  const QxfxTags& tags, bool autoDowngrade, bool rawIn, int pipeFd, int64_t* framesIn, int64_t* framesOut,
-                 std::string* error) {
+                 int64_t* fullScale, std::string* error) {
   CWavSource* source = nullptr;
   CWavSink* sink = nullptr;
   HRESULT hr = CWavSource::Create(&source);
@@ -514,6 +514,7 @@ HRESULT RunGraph(const std::string& in, const std::string& out, int outFormat, c
   if (FAILED(hr) && error->empty()) *error = "processing failed" + QxfxDescribe(hr);
   *framesIn = source->FramesDelivered();
   *framesOut = sink->FramesWritten();
+  *fullScale = sink->FullScaleSamples();
   source->Release();
   sink->Release();
   return hr;
@@ -634,7 +635,7 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     return !staged && IsFloat(fedFormat) == IsFloat(written) ? (streamedOut ? format : written) : 0;
   };
   std::string stage = tmp;
-  int64_t graphIn = 0, graphFrames = 0;
+  int64_t graphIn = 0, graphFrames = 0, graphFullScale = -1;
   auto run = [&](int fedFormat) {
     int gf = graphFormat(fedFormat);
     if (gf == 0 && stage == tmp) {
@@ -649,7 +650,7 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     const bool piped = streamedOut && gf != 0;
     return RunGraph(fed, gf ? tmp : stage, gf ? gf : SF_FORMAT_W64, filters, options, fedName, outName, tags,
                     autoDowngrade && !piped, g_raw.format && fed == inPath, piped ? 1 : -1, &graphIn, &graphFrames,
-                    error);
+                    &graphFullScale, error);
   };
   if (IsFloat(info.format) && !streamedIn) {
     // One NaN would run on through every recursive effect; say so, and by default silence it.
@@ -732,6 +733,8 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
     result->rate = info.samplerate;
     result->seconds = std::chrono::duration<double>(Clock::now() - start).count();
     return true;
+  } else if (outBits && graphFullScale >= 0) {
+    result->clipped = graphFullScale;  // counted by the sink as it wrote
   } else if (outBits) {
     SF_INFO form{};
     form.format = format;

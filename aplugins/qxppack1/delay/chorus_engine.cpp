@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <type_traits>
+
+#include "aplugins/qxppack1/frame/prefault.h"
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -62,6 +64,7 @@ HRESULT CQxChorusEngine::Allocate() {
       FreeLines();
       return E_OUTOFMEMORY;
     }
+    QxPrefault(line, doubles * sizeof(double));
   }
   // Without room for the sines the voices call the sine directly, as fast as they ever were.
   for (SineCache& cache : sines_)
@@ -199,7 +202,7 @@ struct Lane {
 // engine for the span, so that no store into a line can be taken to touch them.
 template <class Form, bool Stereo, bool Narrow, int V, uint32_t FixedC>
 void Cascade(typename Form::Sample* buf, uint32_t n, Lane* lanes, double (*state)[32],
-             const double (&sines)[3][256], CascadeConstants k) {
+             const double* const (&sines)[3], CascadeConstants k) {
   const uint32_t C = FixedC ? FixedC : k.C;
   const int32_t N = k.N;
   const double Nd = k.Nd;
@@ -324,6 +327,7 @@ void CQxChorusEngine::Run(typename Form::Sample* buf, uint32_t frames, bool inte
       cache.size = cache.values && period[k] >= 1.0 && period[k] <= kSineCacheFrames
                        ? static_cast<uint32_t>(period[k])
                        : 0;
+      QxPrefault(cache.values, cache.size * sizeof(double));
     }
     caches[k] = &cache;
   }
@@ -336,12 +340,39 @@ void CQxChorusEngine::Run(typename Form::Sample* buf, uint32_t frames, bool inte
   // time in a loop of their own, away from the live state of the cascade. A counter's sine is the
   // same call whether it comes from the cache or not; the cache only saves calling it again.
   constexpr uint32_t kStretch = 256;
-  double sines[kVoices][kStretch];
+  double taken[kVoices][kStretch];
+  const double* sines[kVoices] = {taken[0], taken[1], taken[2]};
+  // For a whole-number counter, ctr + 1 >= per is ctr + 1 >= ceil(per): the counter runs in
+  // stretches up to its wrap. Other periods (none a design makes) take the frame-by-frame test.
+  bool spans[kVoices];
+  int32_t wrapAt[kVoices];
+  for (int k = 0; k < count; ++k) {
+    spans[k] = period[k] >= 1.0 && period[k] <= 2147483647.0;
+    wrapAt[k] = spans[k] ? static_cast<int32_t>(std::ceil(period[k])) : 0;
+  }
   for (uint32_t done = 0; done < frames;) {
-    const uint32_t n = frames - done < kStretch ? frames - done : kStretch;
+    uint32_t n = frames - done < kStretch ? frames - done : kStretch;
+    // A stretch stops where a voice reading kept values would wrap or run out of them, so that
+    // such a voice reads its values for the whole stretch where they are kept.
+    bool kept[kVoices];
+    for (int k = 0; k < count; ++k) {
+      const int32_t ctr = counter[k];
+      kept[k] = spans[k] && ctr >= 0 && ctr < wrapAt[k] && static_cast<uint32_t>(ctr) < caches[k]->filled;
+      if (kept[k]) {
+        n = std::min(n, static_cast<uint32_t>(wrapAt[k] - ctr));
+        n = std::min(n, caches[k]->filled - static_cast<uint32_t>(ctr));
+      }
+    }
     for (int k = 0; k < count; ++k) {
       SineCache& cache = *caches[k];
       int32_t ctr = counter[k];
+      if (kept[k]) {
+        sines[k] = cache.values + ctr;
+        ctr += static_cast<int32_t>(n);
+        counter[k] = ctr >= wrapAt[k] ? 0 : ctr;
+        continue;
+      }
+      sines[k] = taken[k];
       const double st = step[k], per = period[k];
       for (uint32_t t = 0; t < n; ++t) {
         const uint32_t at = static_cast<uint32_t>(ctr);
@@ -352,8 +383,9 @@ void CQxChorusEngine::Run(typename Form::Sample* buf, uint32_t frames, bool inte
           s = std::sin(ctr * st);
           if (at == cache.filled && at < cache.size) cache.values[cache.filled++] = s;
         }
-        sines[k][t] = s;
-        if (++ctr >= per) ctr = 0;
+        taken[k][t] = s;
+        if (spans[k]) ctr = ctr + 1 >= wrapAt[k] ? 0 : ctr + 1;
+        else if (++ctr >= per) ctr = 0;
       }
       counter[k] = ctr;
     }

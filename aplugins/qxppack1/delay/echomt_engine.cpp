@@ -8,6 +8,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "aplugins/qxppack1/frame/prefault.h"
 #include "aplugins/qxppack1/frame/sample_form.h"
 
 namespace {
@@ -275,6 +276,8 @@ HRESULT CQxEchomtEngine::Design(bool keep) {
   for (uint32_t c = 0; c < channels; ++c) {
     line_[c] = static_cast<double*>(std::calloc(static_cast<size_t>(lineFrames_), sizeof(double)));
     if (!line_[c]) return E_OUTOFMEMORY;
+    // In stereo only the first line is run (the two channels share it).
+    if (channels != 2 || c == 0) QxPrefault(line_[c], static_cast<size_t>(lineFrames_) * sizeof(double));
   }
   writeIndex_ = 0;
   lfoPhase_ = 0.0;
@@ -376,9 +379,62 @@ void CQxEchomtEngine::RunChannel(typename Form::Sample* buf, uint32_t channels, 
   outputState_[c] = outState;
 }
 
+bool CQxEchomtEngine::StillTapsClear(uint32_t count) const {
+  if (modulated_ || lastIndex_ >= (1 << 26)) return false;
+  const int64_t slots = static_cast<int64_t>(lastIndex_) + 1;
+  for (int i = 0; i < taps_; ++i) {
+    // A tap reads `ahead` slots above the write position and up to two above that (the next
+    // slot, wrapped one short); the chunk writes `count` slots downwards from it.
+    int64_t ahead = (static_cast<int64_t>(readIndex_[i]) - writeIndex_) % slots;
+    if (ahead < 0) ahead += slots;
+    if (ahead < static_cast<int64_t>(count) + 1 || ahead + count + 3 > slots) return false;
+  }
+  return true;
+}
+
+#if defined(__SSE2__)
+void CQxEchomtEngine::SumStillTaps(uint32_t count, double* sums) {
+  const int32_t last = lastIndex_;
+  double phase = lfoPhase_;
+  for (uint32_t j = 0; j < count; ++j) phase += lfoStep_;
+  lfoPhase_ = phase;
+
+  __m128d* sum = reinterpret_cast<__m128d*>(sums);
+  for (uint32_t j = 0; j < count; ++j) sum[j] = _mm_setzero_pd();
+  double* __restrict line = line_[0];
+  for (int i = 0; i < taps_; ++i) {
+    const __m128d g = _mm_set_pd(tapRightGain_[i], tapLeftGain_[i]);
+    int32_t r = readIndex_[i];
+    for (uint32_t j = 0; j < count;) {
+      if (r <= last - 2) {
+        // Down to slot 0 at most, the next slot is r + 1 with no wrap: one contiguous stretch.
+        const uint32_t len = std::min(count - j, static_cast<uint32_t>(r) + 1);
+        const double* at = line + r;
+        for (uint32_t m = 0; m < len; ++m) {
+          const double near = at[-static_cast<ptrdiff_t>(m)];
+          const double t = (at[1 - static_cast<ptrdiff_t>(m)] - near) * 0.0 + near;
+          sum[j + m] = _mm_add_pd(sum[j + m], _mm_mul_pd(_mm_set1_pd(t), g));
+        }
+        j += len;
+        r = r - static_cast<int32_t>(len) < 0 ? last : r - static_cast<int32_t>(len);
+      } else {
+        const double near = line[r];
+        const int32_t k2 = r + 1 >= last ? r + 1 - last : r + 1;
+        const double t = (line[k2] - near) * 0.0 + near;
+        sum[j] = _mm_add_pd(sum[j], _mm_mul_pd(_mm_set1_pd(t), g));
+        ++j;
+        r = r > 0 ? r - 1 : last;
+      }
+    }
+    readIndex_[i] = r;
+  }
+}
+#endif
+
 // Both channels share line[0]: pan acts only where the taps are read, and the line is mono.
+// `sums` holds each frame's tap sums when SumStillTaps took them; else the plan is read.
 template <class Form>
-void CQxEchomtEngine::RunStereo(typename Form::Sample* buf, uint32_t count) {
+void CQxEchomtEngine::RunStereo(typename Form::Sample* buf, uint32_t count, const double* sums) {
   double* __restrict line = line_[0];
   const int taps = taps_;
   double gl[kMaxTaps], gr[kMaxTaps];
@@ -397,17 +453,22 @@ void CQxEchomtEngine::RunStereo(typename Form::Sample* buf, uint32_t count) {
     __m128d g[kMaxTaps];
     for (int i = 0; i < kMaxTaps; ++i) g[i] = _mm_set_pd(gr[i], gl[i]);
     __m128d inS = _mm_set_pd(inR, inL), outS = _mm_set_pd(outR, outL);
+    int32_t w = writeIndex_;
     for (uint32_t j = 0; j < count; ++j) {
       typename Form::Sample* frame = buf + 2 * static_cast<size_t>(j);
       const __m128d x = _mm_mul_pd(QxPairIo<Form>::Read(frame), In);
       const __m128d s = QxZeroBelowPair(_mm_add_pd(_mm_mul_pd(x, B), _mm_mul_pd(A, inS)), 0x1p-32);
       inS = s;
       __m128d y = _mm_setzero_pd();
-      const TapRead* row = plan_[j];
-      for (int i = 0; i < taps; ++i) {
-        const double near = line[row[i].k];
-        const double t = (line[row[i].k2] - near) * row[i].f + near;
-        y = _mm_add_pd(y, _mm_mul_pd(_mm_set1_pd(t), g[i]));
+      if (sums) {
+        y = _mm_loadu_pd(sums + 2 * static_cast<size_t>(j));
+      } else {
+        const TapRead* row = plan_[j];
+        for (int i = 0; i < taps; ++i) {
+          const double near = line[row[i].k];
+          const double t = (line[row[i].k2] - near) * row[i].f + near;
+          y = _mm_add_pd(y, _mm_mul_pd(_mm_set1_pd(t), g[i]));
+        }
       }
       y = QxZeroBelowPair(_mm_add_pd(_mm_mul_pd(y, B), _mm_mul_pd(A, outS)), 0x1p-32);
       outS = y;
@@ -415,8 +476,14 @@ void CQxEchomtEngine::RunStereo(typename Form::Sample* buf, uint32_t count) {
       const double yL = _mm_cvtsd_f64(y), yR = _mm_cvtsd_f64(_mm_unpackhi_pd(y, y));
       const double sL = _mm_cvtsd_f64(s), sR = _mm_cvtsd_f64(_mm_unpackhi_pd(s, s));
       const double v = ((yR + yL) * fbs + (sR + sL)) * 0.5;
-      line[planWrite_[j]] = QxClip(v, -kLineLimit, kLineLimit);
+      if (sums) {
+        line[w] = QxClip(v, -kLineLimit, kLineLimit);
+        w = w > 0 ? w - 1 : lastIndex_;
+      } else {
+        line[planWrite_[j]] = QxClip(v, -kLineLimit, kLineLimit);
+      }
     }
+    if (sums) writeIndex_ = w;
     inputState_[0] = _mm_cvtsd_f64(inS);
     inputState_[1] = _mm_cvtsd_f64(_mm_unpackhi_pd(inS, inS));
     outputState_[0] = _mm_cvtsd_f64(outS);
@@ -528,10 +595,19 @@ int CQxEchomtEngine::ProcessBlock(QxRunMode mode, typename Form::Sample* buf, ui
   const uint32_t channels = channels_;
   for (uint32_t done = 0; done < n;) {
     const uint32_t count = std::min(kChunkFrames, n - done);
-    Plan(count);
     Sample* b = buf + static_cast<size_t>(done) * channels;
+#if defined(__SSE2__)
+    if (channels == 2 && StillTapsClear(count)) {
+      alignas(16) double sums[2 * kChunkFrames];
+      SumStillTaps(count, sums);
+      RunStereo<Form>(b, count, sums);
+      done += count;
+      continue;
+    }
+#endif
+    Plan(count);
     if (channels == 2) {
-      RunStereo<Form>(b, count);
+      RunStereo<Form>(b, count, nullptr);
     } else {
       for (uint32_t c = 0; c < channels; ++c) RunChannel<Form>(b + c, channels, count, static_cast<int>(c));
     }

@@ -90,7 +90,13 @@ class CQxEchomtEngine {
   template <class Form>
   void RunChannel(typename Form::Sample* buf, uint32_t channels, uint32_t count, int c);
   template <class Form>
-  void RunStereo(typename Form::Sample* buf, uint32_t count);
+  void RunStereo(typename Form::Sample* buf, uint32_t count, const double* sums);
+  // Still taps whose reads over the next `count` frames all lie clear of the slots those frames
+  // write: their sums can be taken for the whole chunk before any frame runs.
+  bool StillTapsClear(uint32_t count) const;
+  // The plan's work for such a chunk in stereo: advances the oscillator phase and the read and
+  // write positions as Plan does, and leaves each frame's left and right tap sums in `sums`.
+  void SumStillTaps(uint32_t count, double* sums);
   // Advances the oscillator, the read and the write positions over `count` frames, keeping where
   // each frame reads and writes; every channel then runs over the same plan.
   void Plan(uint32_t count);
