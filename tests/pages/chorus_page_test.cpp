@@ -8,6 +8,7 @@
 #include "aplugins/qxppack1/frame/mfx_interfaces.h"
 #include "aplugins/qxppack1/module/module_api.h"
 #include "aplugins/qxppack1/pages/chorus_page.h"
+#include "kernel/services/qx_valuetext.h"
 #include "platform/com/media_params.h"
 #include "tests/pages/page_rig.h"
 #include "tools/qxfx/tempo_host.h"
@@ -139,8 +140,6 @@ TEST_F(ChorusPage, FollowStepPlaysCurvesLocksTheirEditsAndSparesAnOpenList) {
   MP_ENVELOPE_SEGMENT note{0, 10'000'000, 5.0f, 5.0f, MP_CURVE_JUMP, 0};
   ASSERT_EQ(params->AddEnvelope(2, 1, &delay), S_OK);  // Delay over the first second
   ASSERT_EQ(params->AddEnvelope(13, 1, &note), S_OK);  // Modulation Period
-  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_CHORUS_NOTE, CBN_DROPDOWN), 0);
-  const LRESULT shown = SendDlgItemMessage(dlg_, IDC_CHORUS_NOTE, CB_GETCURSEL, 0, 0);
   ASSERT_EQ(door->Prepare(1, 8000), S_OK);
   std::vector<float> block(4000);
   door->Process(block.data(), 4000, 0);  // half a second
@@ -148,13 +147,16 @@ TEST_F(ChorusPage, FollowStepPlaysCurvesLocksTheirEditsAndSparesAnOpenList) {
   const int32_t outDelay = Get(&IQxChorusProp2::GetOutDelay);
   EXPECT_GT(outDelay, 100);
   EXPECT_EQ(Position(IDC_CHORUS_DELAY), outDelay);
+  EXPECT_EQ(Text(IDC_CHORUS_DELAY_EDIT), std::u16string(QxGetLabeledStringFixed(outDelay, 1, 0, nullptr)));
   EXPECT_FALSE(Enabled(IDC_CHORUS_DELAY_EDIT));
-  EXPECT_EQ(Get(&IQxChorusProp2::GetModPeriodNote), 5);
-  EXPECT_EQ(SendDlgItemMessage(dlg_, IDC_CHORUS_NOTE, CB_GETCURSEL, 0, 0), shown);
-  // Closed, the list plays the curve back too.
-  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_CHORUS_NOTE, CBN_CLOSEUP), 0);
-  QxHeadless_Advance(60);
   EXPECT_EQ(SendDlgItemMessage(dlg_, IDC_CHORUS_NOTE, CB_GETCURSEL, 0, 0), 5);
+  // Opened, the list keeps the row under the pointer although the curve still owns the value.
+  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_CHORUS_NOTE, CBN_DROPDOWN), 0);
+  SendDlgItemMessage(dlg_, IDC_CHORUS_NOTE, CB_SETCURSEL, 3, 0);
+  QxHeadless_Advance(60);
+  ASSERT_EQ(prop_->IsModPeriodNoteIdle(), 0);
+  EXPECT_EQ(SendDlgItemMessage(dlg_, IDC_CHORUS_NOTE, CB_GETCURSEL, 0, 0), 3);
+  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_CHORUS_NOTE, CBN_CLOSEUP), 0);
   door->Finish();  // streaming stops: the values are the user's again
   QxHeadless_Advance(60);
   EXPECT_TRUE(Enabled(IDC_CHORUS_DELAY_EDIT));

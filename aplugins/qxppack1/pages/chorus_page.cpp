@@ -175,9 +175,9 @@ void CQxChorusPropPage::InitControls() {
   range(IDC_CHORUS_MULT, 1, 32000, 1000);
   HWND list = Item(IDC_CHORUS_NOTE);
   SendMessage(list, CB_RESETCONTENT, 0, 0);
-  for (int i = 0; i < IDS_CHORUS_NOTE_COUNT; ++i)
+  for (UINT i = 0; i < IDS_CHORUS_NOTE_COUNT; ++i)
     SendMessage(list, CB_ADDSTRING, 0,
-                reinterpret_cast<LPARAM>(QxGetString(QxLang_GetKernelHandle(), IDS_CHORUS_NOTE0 + static_cast<UINT>(i))));
+                reinterpret_cast<LPARAM>(QxGetString(QxLang_GetKernelHandle(), IDS_CHORUS_NOTE0 + i)));
   for (const EditRule& e : kEdits) SendMessage(Item(e.id), EM_LIMITTEXT, kEditChars, 0);
   SendMessage(Item(IDC_CHORUS_MULT), QXSP_SETBUDDY, reinterpret_cast<WPARAM>(Item(IDC_CHORUS_MULT_EDIT)), 8);
 }
