@@ -11,6 +11,7 @@
 #include "aplugins/qxppack1/reverb/reverb_filter.h"
 #include "aplugins/qxppack1/module/filter_setup.h"
 #include "aplugins/qxppack1/module/module_entry.h"
+#include "aplugins/qxppack1/pages/chorus_page.h"
 #include "aplugins/qxppack1/pages/echos_page.h"
 #include "aplugins/qxppack1/pages/pitch_page.h"
 #include "aplugins/qxppack1/pages/time_page.h"
@@ -36,7 +37,7 @@ const CFactoryTemplate g_Templates[] = {
     {u"Reverb", &CLSID_QxReverb, CQxReverb::CreateInstance, nullptr, &g_QxReverbSetup},
     {u"QxReverb Property Page", &CLSID_QxReverbPropPage, NotBuilt, nullptr, nullptr},
     {u"Chorus", &CLSID_QxChorus, CQxChorus::CreateInstance, nullptr, &g_QxChorusSetup},
-    {u"QxChorus Property Page", &CLSID_QxChorusPropPage, NotBuilt, nullptr, nullptr},
+    {u"QxChorus Property Page", &CLSID_QxChorusPropPage, CQxChorusPropPage::CreateInstance, nullptr, nullptr},
 };
 const int g_cTemplates = sizeof g_Templates / sizeof g_Templates[0];
 

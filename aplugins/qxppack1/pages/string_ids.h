@@ -46,10 +46,13 @@ enum QxPackStringId : uint32_t {
   IDS_REVERB_MODES = 5330,
   IDS_REVERB_STYLES = 5331,
 
+  IDS_CHORUS_TITLE = 6000,  // the page's title
   IDS_CHORUS_NAME = 6050,
   IDS_CHORUS_PRESET0 = 6200,
   IDS_CHORUS_LABEL0 = 6300,
   IDS_CHORUS_PERIOD_NOTES = 6330,
+  IDS_CHORUS_NOTE0 = 7190,  // the page's period list, one string per entry (7190..7208)
+  IDS_CHORUS_NOTE_COUNT = 19,
 
   IDS_UNIT_MS = 7001,
   IDS_UNIT_DB = 7002,
