@@ -28,7 +28,10 @@ expect_ok "pitch page --json" "$qxfx" page pitch-shift --set Semitones=20 --set 
 expect_ok "time page --json" "$qxfx" page time-stretch --percent 150 --json
 [ "$(field out.txt 1018 text)" = '"150.00 %"' ] && ok || bad "percent text $(field out.txt 1018 text)"
 expect_fail "page needs an output" "--png FILE or --json" "$qxfx" page simple-delay
-expect_fail "no page yet" "pages exist for: " "$qxfx" page reverb --json
+expect_ok "reverb page --json" "$qxfx" page reverb --preset Cathedral --param PreDelay=0 --json
+[ "$(field out.txt 5023 text)" = '"Off"' ] && ok || bad "pre-delay 0 shows $(field out.txt 5023 text)"
+[ "$(field out.txt 5030 text)" = '"Cavernous space"' ] && ok || bad "reverb mode $(field out.txt 5030 text)"
+expect_fail "no page yet" "pages exist for: " "$qxfx" page chorus --json
 expect_fail "unknown effect" "unknown effect" "$qxfx" page nope --json
 expect_fail "option of no use" "--png does nothing" "$qxfx" edit simple-delay --png x.png
 expect_fail "no display" "needs an X display" env -u DISPLAY "$qxfx" edit simple-delay
@@ -86,7 +89,7 @@ cancel() { xdotool mousemove --sync $((WIDTH - 10 - 75 - 81 + 37)) $((HEIGHT - 2
 edit 1 "Simple Delay" cancel
 [ ! -e s.qxs ] && ok || bad "Cancel wrote the state"
 
-# Pitch Shift and Time Stretch: a value typed over an edit box's text, Tab away, then OK.
+# Pitch Shift, Time Stretch and Reverb: a value typed over an edit box's text, Tab away, then OK.
 type_and_ok() {  # id text, the layout in layout.json
   read -r ex ey ew eh < <(rect layout.json "$1")
   xdotool mousemove --sync $((ex + ew / 2)) $((ey + eh / 2)) click 1
@@ -104,4 +107,9 @@ eargs=(time-stretch)
 edit 0 "Time Stretch" type_and_ok 1007 150
 expect_ok "time --load-state" "$qxfx" page time-stretch --load-state s.qxs --json
 [ "$(field out.txt 1018 text)" = '"150.00 %"' ] && ok || bad "typed 150 % gave $(field out.txt 1018 text)"
+eargs=(reverb)
+"$qxfx" page reverb --json >layout.json
+edit 0 "Reverb" type_and_ok 5037 99999
+expect_ok "reverb --load-state" "$qxfx" page reverb --load-state s.qxs --json
+[ "$(field out.txt 5037 text)" = '"15,000"' ] && ok || bad "typed 99999 Hz gave $(field out.txt 5037 text)"
 finish

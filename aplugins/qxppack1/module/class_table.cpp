@@ -16,6 +16,7 @@
 #include "aplugins/qxppack1/pages/pitch_page.h"
 #include "aplugins/qxppack1/pages/time_page.h"
 #include "aplugins/qxppack1/pages/echomt_page.h"
+#include "aplugins/qxppack1/pages/reverb_page.h"
 
 namespace {
 // Rows whose classes are not built yet answer E_NOTIMPL from their creation function.
@@ -35,7 +36,7 @@ const CFactoryTemplate g_Templates[] = {
     {u"Multi-Tap Delay", &CLSID_QxEchomt, CQxEchomt::CreateInstance, nullptr, &g_QxEchomtSetup},
     {u"QxEchomt Property Page", &CLSID_QxEchomtPropPage, CQxEchomtPropPage::CreateInstance, nullptr, nullptr},
     {u"Reverb", &CLSID_QxReverb, CQxReverb::CreateInstance, nullptr, &g_QxReverbSetup},
-    {u"QxReverb Property Page", &CLSID_QxReverbPropPage, NotBuilt, nullptr, nullptr},
+    {u"QxReverb Property Page", &CLSID_QxReverbPropPage, CQxReverbPropPage::CreateInstance, nullptr, nullptr},
     {u"Chorus", &CLSID_QxChorus, CQxChorus::CreateInstance, nullptr, &g_QxChorusSetup},
     {u"QxChorus Property Page", &CLSID_QxChorusPropPage, CQxChorusPropPage::CreateInstance, nullptr, nullptr},
 };

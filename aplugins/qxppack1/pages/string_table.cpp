@@ -104,6 +104,7 @@ const QxStringTableEntry g_QxPackStrings[] = {
     {IDS_ECHOMT_PRESET0 + 24, u"Tapped delay, stereo pan"},
     {IDS_ECHOMT_PRESET0 + 25, u"Channel delay for stereo simulation"},
 
+    {IDS_REVERB_TITLE, u"Reverb"},
     {IDS_REVERB_NAME, u"Reverb"},
     {IDS_REVERB_PRESET0 + 0, u"(Default)"},
     {IDS_REVERB_PRESET0 + 1, u"Default all parameters"},
