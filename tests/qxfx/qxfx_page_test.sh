@@ -31,7 +31,8 @@ expect_fail "page needs an output" "--png FILE or --json" "$qxfx" page simple-de
 expect_ok "reverb page --json" "$qxfx" page reverb --preset Cathedral --param PreDelay=0 --json
 [ "$(field out.txt 5023 text)" = '"Off"' ] && ok || bad "pre-delay 0 shows $(field out.txt 5023 text)"
 [ "$(field out.txt 5030 text)" = '"Cavernous space"' ] && ok || bad "reverb mode $(field out.txt 5030 text)"
-expect_fail "no page yet" "pages exist for: " "$qxfx" page chorus --json
+expect_ok "chorus page --json" "$qxfx" page chorus --set modRate=12345 --json
+[ "$(field out.txt 6033 text)" = '"12.34"' ] && ok || bad "chorus rate text $(field out.txt 6033 text)"
 expect_fail "unknown effect" "unknown effect" "$qxfx" page nope --json
 expect_fail "option of no use" "--png does nothing" "$qxfx" edit simple-delay --png x.png
 expect_fail "no display" "needs an X display" env -u DISPLAY "$qxfx" edit simple-delay

@@ -18,14 +18,6 @@
 #include "aplugins/qxppack1/pages/echomt_page.h"
 #include "aplugins/qxppack1/pages/reverb_page.h"
 
-namespace {
-// Rows whose classes are not built yet answer E_NOTIMPL from their creation function.
-CUnknown* NotBuilt(LPUNKNOWN, HRESULT* hr) {
-  if (hr) *hr = E_NOTIMPL;
-  return nullptr;
-}
-}  // namespace
-
 const CFactoryTemplate g_Templates[] = {
     {u"Time Stretch", &CLSID_QxTime, CQxTime::CreateInstance, nullptr, &g_QxTimeSetup},
     {u"QxTime Property Page", &CLSID_QxTimePropPage, CQxTimePropPage::CreateInstance, nullptr, nullptr},
