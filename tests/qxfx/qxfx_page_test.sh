@@ -90,7 +90,7 @@ cancel() { xdotool mousemove --sync $((WIDTH - 10 - 75 - 81 + 37)) $((HEIGHT - 2
 edit 1 "Simple Delay" cancel
 [ ! -e s.qxs ] && ok || bad "Cancel wrote the state"
 
-# Pitch Shift, Time Stretch and Reverb: a value typed over an edit box's text, Tab away, then OK.
+# Pitch Shift, Time Stretch, Reverb, Chorus and Multi-Tap Delay: a value typed over an edit box's text, Tab away, then OK.
 type_and_ok() {  # id text, the layout in layout.json
   read -r ex ey ew eh < <(rect layout.json "$1")
   xdotool mousemove --sync $((ex + ew / 2)) $((ey + eh / 2)) click 1
@@ -113,4 +113,14 @@ eargs=(reverb)
 edit 0 "Reverb" type_and_ok 5037 99999
 expect_ok "reverb --load-state" "$qxfx" page reverb --load-state s.qxs --json
 [ "$(field out.txt 5037 text)" = '"15,000"' ] && ok || bad "typed 99999 Hz gave $(field out.txt 5037 text)"
+eargs=(chorus)
+"$qxfx" page chorus --json >layout.json
+edit 0 "Chorus" type_and_ok 6033 2
+expect_ok "chorus --load-state" "$qxfx" page chorus --load-state s.qxs --json
+[ "$(field out.txt 6033 text)" = '"2.000"' ] && ok || bad "typed 2 Hz gave $(field out.txt 6033 text)"
+eargs=(multi-tap-delay)
+"$qxfx" page multi-tap-delay --json >layout.json
+edit 0 "Multi-Tap Delay" type_and_ok 4118 250
+expect_ok "multi-tap --load-state" "$qxfx" page multi-tap-delay --load-state s.qxs --json
+[ "$(field out.txt 4118 text)" = '"250"' ] && ok || bad "typed a 250 ms tap gave $(field out.txt 4118 text)"
 finish
