@@ -1,8 +1,6 @@
 // The page commands over the module's page door (QxShowPropertyFrame).
 #include "tools/qxfx/page_commands.h"
 
-#include <X11/Xlib.h>
-
 #include <cstdio>
 
 #include "aplugins/qxppack1/module/page_frame.h"
@@ -53,19 +51,16 @@ int QxfxShowPage(IUnknown* filter, const std::string& effect, const QxfxCommandL
 
   QxPropertyFrameRequest request;
   request.object = filter;
-  Display* display = nullptr;
   if (edit) {
-    display = XOpenDisplay(nullptr);
-    if (!display)
-      return Fail("edit needs an X display, and none could be opened (is $DISPLAY set?); qxfx page " + effect +
-                  " --png FILE draws the page without one");
-    request.display = display;
+    request.openDisplay = true;
   } else {
     request.pngPath = cl.png.empty() ? nullptr : cl.png.c_str();
     request.jsonPath = cl.json ? "-" : nullptr;
   }
   const HRESULT hr = show(&request);
-  if (display) XCloseDisplay(display);
+  if (edit && hr == E_HANDLE)
+    return Fail("edit needs an X display, and none could be opened (is $DISPLAY set?); qxfx page " + effect +
+                " --png FILE draws the page without one");
   if (hr == E_NOTIMPL || hr == E_NOINTERFACE)
     return Fail("the " + effect + " page is not built yet; pages exist for: " + EffectsWithPages());
   if (FAILED(hr))

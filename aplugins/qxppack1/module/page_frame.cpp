@@ -50,6 +50,10 @@ extern "C" HRESULT QxShowPropertyFrame(QxPropertyFrameRequest* request) {
   HRESULT hr = MakePage(request->object, &page);
   if (FAILED(hr)) return hr;
   auto* display = static_cast<Display*>(request->display);
+  // The display is opened here rather than by the host, so that a host that only processes audio
+  // never maps the X library.
+  const bool own = !display && request->openDisplay;
+  if (own && !(display = XOpenDisplay(nullptr))) return E_HANDLE;
   if (display) {
     QxX11_SetThreadDisplay(display);
     CQxPropertyFrame* frame = CQxPropertyFrame::Open(page.Get(), request->object, request->caption, true, &hr);
@@ -58,6 +62,7 @@ extern "C" HRESULT QxShowPropertyFrame(QxPropertyFrameRequest* request) {
       delete frame;
     }
     QxX11_SetThreadDisplay(nullptr);
+    if (own) XCloseDisplay(display);
     return hr;
   }
   QxHeadless_UseVirtualClock();

@@ -10,14 +10,15 @@ struct QxPropertyFrameRequest {
   IUnknown* object = nullptr;      // the filter the page edits
   const WCHAR* caption = nullptr;  // the window's title; null: the page's own
   void* display = nullptr;         // an X Display* to open the frame on; null: headless
+  bool openDisplay = false;        // with no display: open the one $DISPLAY names, close it after
   const char* pngPath = nullptr;   // headless: write a picture of the page here
   const char* jsonPath = nullptr;  // headless: write the page's controls as JSON here ("-": stdout)
   int result = 0;                  // on a display: IDOK or IDCANCEL, as the user closed the frame
 };
 
 // On a display runs the frame until OK, Cancel or close. E_POINTER for a null request or object,
-// E_NOINTERFACE when the object names no page, E_NOTIMPL when its page is not built, E_FAIL when a
-// file cannot be written.
+// E_NOINTERFACE when the object names no page, E_NOTIMPL when its page is not built, E_HANDLE when
+// openDisplay finds no display, E_FAIL when a file cannot be written.
 extern "C" HRESULT QxShowPropertyFrame(QxPropertyFrameRequest* request);
 
 // The embedded page: the page the filter names, inside a window of the host's (an LV2 UI in its
