@@ -52,6 +52,10 @@ float_wav fast.wav 2147483647 1 1000
 float_wav wide.wav 44100 33 100
 float_wav slow.wav 1 1 100
 head -c 100000000 /dev/zero >huge.state
+# A state no option could set: a pitch ratio of 1e-300 would make the output endless.
+"$qxfx" process -q in.wav o.wav pitch-shift --set Ratio=0.5 --save-state ratio.state
+python3 -c "import struct; b = open('ratio.state', 'rb').read()
+open('tiny_ratio.state', 'wb').write(b.replace(struct.pack('<d', 0.5), struct.pack('<d', 1e-300)))"
 while IFS='|' read -r what frag args; do
   # shellcheck disable=SC2086
   expect_fail "$what" "$frag" "$qxfx" process $args
@@ -60,6 +64,7 @@ output folder|the output folder is a directory|in.wav folder reverb
 state from a folder|the state file folder is a directory|in.wav x.wav reverb --load-state folder
 state from a device|the state file /dev/zero is a character device|in.wav x.wav reverb --load-state /dev/zero
 state too large|huge.state is more than the 65536 bytes|in.wav x.wav reverb --load-state huge.state
+damaged state|Ratio is 1e-300, outside 0.01 x to 100 x|in.wav x.wav pitch-shift --load-state tiny_ratio.state
 tempo map from a folder|the tempo map folder is a directory|in.wav x.wav simple-delay --tempo-map folder
 tempo map from a device|the tempo map /dev/zero is a character device|in.wav x.wav simple-delay --tempo-map /dev/zero
 save state into a folder|the state file folder is a directory|in.wav x.wav reverb --save-state folder
