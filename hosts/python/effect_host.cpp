@@ -216,12 +216,18 @@ void PyEffect::LoadState(const std::vector<uint8_t>& bytes) {
   if (!persist || bytes.size() < 20 || size != bytes.size())
     Fail("these " + std::to_string(bytes.size()) + " bytes are not a saved effect state.");
   // Loading ignores what it does not know; a clean effect that stays clean tells that it did.
-  ComPtr<IStream> scratch(CMemoryStream::Create(), false);
+  ComPtr<CMemoryStream> scratch(CMemoryStream::Create(), false);
   persist->Save(scratch.Get(), TRUE);
   ComPtr<IStream> stream(CMemoryStream::Create(std::vector<BYTE>(bytes.begin(), bytes.end())), false);
   persist->Load(stream.Get());
   if (persist->IsDirty() != S_OK)
     Fail(std::string("the state is not one of ") + view_->Name + " (another effect's, or an unknown version).");
+  if (const std::string wrong = QxParamsOutOfRange(*view_, filter_); !wrong.empty()) {
+    // Back to what the effect held, so a refused state changes nothing.
+    ComPtr<IStream> before(CMemoryStream::Create(scratch->Bytes()), false);
+    persist->Load(before.Get());
+    Fail("the state is damaged: " + wrong + ".");
+  }
 }
 
 std::unique_ptr<PyEffect::Run> PyEffect::StartRun(const PyAudio& format) {

@@ -1,6 +1,7 @@
 """The Python module against qxfx: same audio, same presets and states; streaming, chains, threads
 and the errors a caller meets."""
 import pickle
+import struct
 import threading
 
 import numpy as np
@@ -134,6 +135,15 @@ ERRORS = [
     (lambda: qxppack1.Effect("reverb").process([[0.0]], RATE), "NumPy array"),
     (lambda: qxppack1.Effect("time-stretch")(np.zeros((10, 1), np.float32), RATE), "no streaming form"),
 ]
+
+
+def test_a_damaged_state_is_refused_and_changes_nothing():
+    # A pitch ratio of 1e-300 is nothing a control can set, and would make the output endless.
+    e = qxppack1.Effect("pitch-shift", Ratio=0.5)
+    good = e.state
+    with pytest.raises(ValueError, match="Ratio is 1e-300, outside 0.01 x to 100 x"):
+        e._load_state(good.replace(struct.pack("<d", 0.5), struct.pack("<d", 1e-300)))
+    assert e.state == good
 
 
 @pytest.mark.parametrize("call,words", ERRORS)

@@ -68,22 +68,6 @@ std::string Json(const std::string& s) {
   return r + "\"";
 }
 
-// A damaged or hand-made state can hold what no page or option could set, and some of it would
-// run for ever (a pitch ratio of 1e-300 makes the output endless): such a state is refused.
-bool StateInRange(IUnknown* filter, const QxEffectView& view, const std::string& path, std::string* error) {
-  for (const QxParamView& p : view.Params) {
-    double stored = 0.0;
-    if (FAILED(QxParamGetLive(p, filter, &stored))) continue;
-    if (stored >= p.StoredMin && stored <= p.StoredMax) continue;
-    char value[32];
-    std::snprintf(value, sizeof value, "%.6g", QxParamToNatural(p, stored));
-    *error = path + " is damaged or not a state of this effect: " + p.Name + " is " + value + ", outside " +
-             QxParamFormat(p, p.StoredMin) + " to " + QxParamFormat(p, p.StoredMax);
-    return false;
-  }
-  return true;
-}
-
 bool LoadState(IUnknown* filter, const QxEffectView& view, const std::string& path, std::string* error) {
   // No effect's state comes near this; anything larger is not a state file.
   std::vector<char> text;
@@ -110,7 +94,11 @@ bool LoadState(IUnknown* filter, const QxEffectView& view, const std::string& pa
     *error = path + " holds a state of another effect or of an unknown version";
     return false;
   }
-  return StateInRange(filter, view, path, error);
+  if (const std::string wrong = QxParamsOutOfRange(view, filter); !wrong.empty()) {
+    *error = path + " is damaged or not a state of this effect: " + wrong;
+    return false;
+  }
+  return true;
 }
 
 bool ApplyPreset(IUnknown* filter, const std::string& which, std::string* error) {

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -651,4 +652,16 @@ HRESULT QxParamGetLive(const QxParamView& p, IUnknown* effect, double* stored) {
 HRESULT QxParamSetLive(const QxParamView& p, IUnknown* effect, double stored) {
   if (!std::isfinite(stored)) return E_INVALIDARG;
   return p.Set(effect, std::clamp(stored, p.StoredMin, p.StoredMax));
+}
+
+std::string QxParamsOutOfRange(const QxEffectView& view, IUnknown* effect) {
+  for (const QxParamView& p : view.Params) {
+    double stored = 0.0;
+    if (FAILED(p.Get(effect, &stored)) || (stored >= p.StoredMin && stored <= p.StoredMax)) continue;
+    char value[32];
+    std::snprintf(value, sizeof value, "%.6g", QxParamToNatural(p, stored));
+    return std::string(p.Name) + " is " + value + ", outside " + QxParamFormat(p, p.StoredMin) + " to " +
+           QxParamFormat(p, p.StoredMax);
+  }
+  return {};
 }

@@ -120,3 +120,7 @@ void QxParamWriteRecord(const QxParamView& p, void* record, double stored);
 // to the stored range as the page's own edits do.
 HRESULT QxParamGetLive(const QxParamView& p, IUnknown* effect, double* stored);
 HRESULT QxParamSetLive(const QxParamView& p, IUnknown* effect, double stored);
+// What a loaded state holds that no control could have set ("Ratio is 1e-300, outside 0.01 x to
+// 100 x"), or "" when every parameter lies in its range. A damaged or hand-made state can hold such
+// values, and some would run for ever: hosts refuse it.
+std::string QxParamsOutOfRange(const QxEffectView& view, IUnknown* effect);
