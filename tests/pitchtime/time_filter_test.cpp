@@ -40,7 +40,6 @@ struct Rig : EffectRig<CQxTime> {
     return S_OK;
   }
   HRESULT Finish() { return source->DeliverEndOfStream(); }
-  int64_t FramesOut() const { return static_cast<int64_t>(sink->bytes.size()) / format.nBlockAlign; }
 };
 
 QxSpliceSizes SizesAt(int mode, DWORD rate) {

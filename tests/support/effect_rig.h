@@ -142,4 +142,5 @@ struct EffectRig {
     return v;
   }
   const std::vector<BYTE>& OutBytes() const { return sink->bytes; }
+  int64_t FramesOut() const { return static_cast<int64_t>(sink->bytes.size()) / format.nBlockAlign; }
 };
