@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "aplugins/qxppack1/pitchtime/pitchs_filter.h"
+#include "tests/pitchtime/splice_test_util.h"
 #include "tests/support/effect_rig.h"
 
 namespace {
@@ -83,11 +84,7 @@ struct Rig : EffectRig<CQxPitchs> {
   }
 };
 
-QxSpliceSizes SizesAt(int mode, DWORD rate) {
-  QxSpliceSizes s;
-  EXPECT_EQ(QxSplice_ComputeSizes(mode, rate, &s), S_OK);
-  return s;
-}
+using splice_test::SizesAt;
 }  // namespace
 
 TEST(PitchsFilter, RatioOneWithoutPreservationPassesNearlyUnchanged) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "aplugins/qxppack1/pitchtime/time_filter.h"
+#include "tests/pitchtime/splice_test_util.h"
 #include "tests/support/effect_rig.h"
 
 namespace {
@@ -42,11 +43,7 @@ struct Rig : EffectRig<CQxTime> {
   HRESULT Finish() { return source->DeliverEndOfStream(); }
 };
 
-QxSpliceSizes SizesAt(int mode, DWORD rate) {
-  QxSpliceSizes s;
-  EXPECT_EQ(QxSplice_ComputeSizes(mode, rate, &s), S_OK);
-  return s;
-}
+using splice_test::SizesAt;
 }  // namespace
 
 TEST(TimeFilter, AcceptsTheSixFormsAndAsksInputAndOutputToAgree) {
