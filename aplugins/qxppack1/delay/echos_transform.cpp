@@ -84,12 +84,6 @@ CQxEchosTransform::CQxEchosTransform() : CQxPlugInParams(g_EchosParamInfo, ECHOS
 
 CQxEchosTransform::~CQxEchosTransform() = default;
 
-void CQxEchosTransform::MarkDirty() {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  ParamsDirty_ = true;
-  PersistDirty_ = true;
-}
-
 HRESULT CQxEchosTransform::GetAllParameters(EchosParams* record) {
   if (!record) return E_POINTER;
   GetAll(record);
@@ -110,26 +104,6 @@ HRESULT CQxEchosTransform::SetParam(DWORD index, MP_DATA value) {
     Notify(QX_CHANGE_SET_PARAM);
   }
   return hr;
-}
-
-bool CQxEchosTransform::PersistDirtyFlag() {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  return PersistDirty_;
-}
-
-void CQxEchosTransform::SetPersistDirtyFlag(bool dirty) {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  PersistDirty_ = dirty;
-}
-
-HRESULT CQxEchosTransform::RegisterWindow(HWND window, uint16_t commandId) {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  return notifier_.Register(window, commandId);
-}
-
-void CQxEchosTransform::Notify(uint16_t code) {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  notifier_.Notify(code);
 }
 
 HRESULT CQxEchosTransform::GetField(uint32_t index, int32_t* value) { return GetStored(value, index); }
