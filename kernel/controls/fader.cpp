@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "kernel/controls/control_laws.h"
+#include "kernel/controls/inst_window.h"
 
 namespace {
 
@@ -538,14 +539,10 @@ LRESULT FaderInst_Message(FaderInstRec* f, UINT msg, WPARAM wParam, LPARAM lPara
 
 namespace {
 
-FaderInstRec* InstOf(HWND h) { return reinterpret_cast<FaderInstRec*>(GetWindowLongPtr(h, 0)); }
-
 LRESULT FaderWindowProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
-  FaderInstRec* f = InstOf(h);
+  FaderInstRec* f = QxInstRecord<FaderInstRec>(h, msg);
   switch (msg) {
-    case WM_NCCREATE:
-      SetWindowLongPtr(h, 0, reinterpret_cast<LONG_PTR>(new FaderInstRec));
-      return TRUE;
+    case WM_NCCREATE: return f != nullptr;
     case WM_CREATE: {
       const auto* cs = reinterpret_cast<const CREATESTRUCTW*>(lParam);
       if (g_shared.users++ == 0) {
@@ -567,8 +564,7 @@ LRESULT FaderWindowProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
       if (g_shared.users > 0) --g_shared.users;
       return 0;
     case WM_NCDESTROY:
-      delete f;
-      SetWindowLongPtr(h, 0, 0);
+      QxInstFree(h, f);
       return 0;
     case WM_SIZE: {
       RECT rc;
@@ -612,14 +608,8 @@ LRESULT FaderWindowProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
 }  // namespace
 
 BOOL FaderInitialize(HINSTANCE module) {
-  WNDCLASSW wc{};
-  wc.style = CS_DBLCLKS | CS_GLOBALCLASS;
-  wc.lpfnWndProc = reinterpret_cast<WNDPROC_CLASS>(FaderWindowProc);
-  wc.cbWndExtra = sizeof(FaderInstRec*);
-  wc.hInstance = module;
-  wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-  wc.lpszClassName = QX_FADER_CLASS;
-  return RegisterClassW(&wc) != 0;
+  return QxRegisterInstClass(QX_FADER_CLASS, FaderWindowProc, module, LoadCursorW(nullptr, IDC_ARROW),
+                             CS_DBLCLKS | CS_GLOBALCLASS);
 }
 
 void FaderTerminate(HINSTANCE module) { UnregisterClassW(QX_FADER_CLASS, module); }

@@ -388,6 +388,6 @@ LRESULT LogoInst_Message(LogoRec* r, UINT msg, WPARAM wParam, LPARAM lParam) {
 }
 
 BOOL LogoRegisterClass(HINSTANCE module, HCURSOR cursor) {
-  return QxRegisterInstClass<LogoRec, LogoInst_Message>(QX_LOGO_CLASS, module, cursor, 0);
+  return QxRegisterInstClass(QX_LOGO_CLASS, QxInstWindowProc<LogoRec, LogoInst_Message>, module, cursor, 0);
 }
 void LogoUnregisterClass(HINSTANCE module) { UnregisterClassW(QX_LOGO_CLASS, module); }

@@ -371,7 +371,8 @@ void SpinnerInst_Draw(SpinnerInstRec* s, HDC dc) {
 // ---- Window class ---------------------------------------------------------------------------------
 
 BOOL SpinnerInitialize(HINSTANCE module) {
-  return RegisterControlClass(QX_SPINNER_CLASS, ControlWndProc<S, SpinnerInst_Draw, SpinnerInst_Message>, module);
+  return QxRegisterInstClass(QX_SPINNER_CLASS, ControlWndProc<S, SpinnerInst_Draw, SpinnerInst_Message>, module,
+                             LoadCursorW(nullptr, IDC_ARROW), CS_DBLCLKS);
 }
 
 void SpinnerTerminate(HINSTANCE module) { UnregisterClassW(QX_SPINNER_CLASS, module); }

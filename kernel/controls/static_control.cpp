@@ -341,6 +341,7 @@ LRESULT StaticInst_Message(StaticRec* r, UINT msg, WPARAM wParam, LPARAM lParam)
 }
 
 BOOL StaticInitialize(HINSTANCE module) {
-  return QxRegisterInstClass<StaticRec, StaticInst_Message>(QX_STATIC_CLASS, module, nullptr, CS_DBLCLKS);
+  return QxRegisterInstClass(QX_STATIC_CLASS, QxInstWindowProc<StaticRec, StaticInst_Message>, module, nullptr,
+                             CS_DBLCLKS);
 }
 void StaticTerminate(HINSTANCE module) { UnregisterClassW(QX_STATIC_CLASS, module); }

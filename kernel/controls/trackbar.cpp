@@ -451,7 +451,8 @@ BOOL Trackbar_SetTicks(HWND window, const int* values, int count) {
 }
 
 BOOL TrackbarInitialize(HINSTANCE module) {
-  return RegisterControlClass(QX_TRACKBAR_CLASS, ControlWndProc<T, TrackbarInst_Draw, TrackbarInst_Message>, module);
+  return QxRegisterInstClass(QX_TRACKBAR_CLASS, ControlWndProc<T, TrackbarInst_Draw, TrackbarInst_Message>, module,
+                             LoadCursorW(nullptr, IDC_ARROW), CS_DBLCLKS);
 }
 
 void TrackbarTerminate(HINSTANCE module) { UnregisterClassW(QX_TRACKBAR_CLASS, module); }

@@ -1,12 +1,10 @@
 // The helpers the Trackbar and the Spinner share: notifications, range defaults, fine-drag steps,
-// the parent's background and the class registration.
+// the parent's background.
 #include "kernel/controls/value_control.h"
 
 #include <cairo.h>
 
 #include <cstdlib>
-
-#include "platform/ui/window_class.h"
 
 namespace qxctl {
 
@@ -57,17 +55,6 @@ HBRUSH ParentBrush(HWND control, HDC dc) {
 
 void SetCairoColor(cairo_t* cr, COLORREF c) {
   cairo_set_source_rgb(cr, GetRValue(c) / 255.0, GetGValue(c) / 255.0, GetBValue(c) / 255.0);
-}
-
-BOOL RegisterControlClass(const WCHAR* name, WNDPROC proc, HINSTANCE module) {
-  WNDCLASSW wc{};
-  wc.style = CS_DBLCLKS;
-  wc.lpfnWndProc = reinterpret_cast<WNDPROC_CLASS>(proc);
-  wc.cbWndExtra = sizeof(void*);
-  wc.hInstance = module;
-  wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-  wc.lpszClassName = name;
-  return RegisterClassW(&wc) != 0;
 }
 
 }  // namespace qxctl

@@ -1,7 +1,8 @@
 // What the Trackbar and the Spinner do alike: notifications, the press-drag-release gesture with
-// its 250 ms repeat, the routing of mouse messages and the window class around an instance record.
+// its 250 ms repeat, the routing of mouse messages and the class procedure that paints and dispatches.
 #pragma once
 #include "kernel/controls/control_messages.h"
+#include "kernel/controls/inst_window.h"
 #include "platform/ui/gdi.h"
 
 namespace qxctl {
@@ -22,7 +23,6 @@ bool IsClass(HWND window, const WCHAR* name);
 // The parent's WM_CTLCOLORSTATIC brush for the control, the dialog face when it gives none.
 HBRUSH ParentBrush(HWND control, HDC dc);
 void SetCairoColor(cairo_t* cr, COLORREF c);
-BOOL RegisterControlClass(const WCHAR* name, WNDPROC proc, HINSTANCE module);
 inline constexpr COLORREF kAccent = RGB(0, 120, 215);
 inline constexpr COLORREF kBorder = RGB(122, 122, 122);
 inline constexpr COLORREF kDisabled = RGB(191, 191, 191);
@@ -110,18 +110,14 @@ bool GestureMessage(R* r, const Gesture& g, UINT msg, WPARAM wParam, LPARAM lPar
   return false;
 }
 
-// The class procedure: the record lives in the window's extra bytes from WM_NCCREATE to
-// WM_NCDESTROY; painting goes to `Draw`, everything else to `Message`.
+// The class procedure: painting goes to `Draw`, everything else to `Message`.
 template <class R, void (*Draw)(R*, HDC), LRESULT (*Message)(R*, HWND, UINT, WPARAM, LPARAM)>
 LRESULT ControlWndProc(HWND h, UINT msg, WPARAM wParam, LPARAM lParam) {
-  auto* r = reinterpret_cast<R*>(GetWindowLongPtr(h, 0));
+  R* r = QxInstRecord<R>(h, msg);
   switch (msg) {
-    case WM_NCCREATE:
-      SetWindowLongPtr(h, 0, reinterpret_cast<LONG_PTR>(new R));
-      return TRUE;
+    case WM_NCCREATE: return r != nullptr;
     case WM_NCDESTROY:
-      delete r;
-      SetWindowLongPtr(h, 0, 0);
+      QxInstFree(h, r);
       return 0;
     case WM_PAINT: {
       PAINTSTRUCT ps;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "aplugins/qxppack1/frame/sample_form.h"
+#include "tests/support/engine_blocks.h"
 #include "tests/support/formats.h"
 
 namespace {
@@ -26,29 +27,6 @@ EchomtParams OneTap(int ms, int gain = 100, int feedback = 0) {
   p.dryOut = -800;
   p.feedback = feedback;
   return p;
-}
-
-template <class S>
-int Process(CQxEchomtEngine& e, QxRunMode m, S* b, uint32_t* n, int32_t t = 0) {
-  if constexpr (std::is_same_v<S, uint8_t>) return e.ProcessPcm8(m, b, n, t);
-  if constexpr (std::is_same_v<S, int16_t>) return e.ProcessPcm16(m, b, n, t);
-  if constexpr (std::is_same_v<S, int32_t>) return e.ProcessPcm32(m, b, n, t);
-  if constexpr (std::is_same_v<S, float>) return e.ProcessFloat32(m, b, n, t);
-  if constexpr (std::is_same_v<S, double>) return e.ProcessFloat64(m, b, n, t);
-}
-
-template <class S>
-void RunInBlocks(CQxEchomtEngine& e, std::vector<S>& buf, uint32_t channels,
-                 const std::vector<uint32_t>& blocks) {
-  const size_t total = buf.size() / channels;
-  size_t done = 0;
-  for (size_t b = 0; done < total; ++b) {
-    uint32_t n = static_cast<uint32_t>(std::min<size_t>(blocks[b % blocks.size()], total - done));
-    const uint32_t asked = n;
-    ASSERT_EQ(Process(e, RunContinue, buf.data() + done * channels, &n), 0);
-    ASSERT_EQ(n, asked);
-    done += n;
-  }
 }
 
 // A started engine over its own format.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "aplugins/qxppack1/frame/sample_form.h"
+#include "tests/support/engine_blocks.h"
 #include "tests/support/formats.h"
 
 namespace {
@@ -17,30 +18,6 @@ namespace {
 // A record with the note fields that every preset row carries.
 EchosParams MakeParams(int multiple, int delayMs, int decayTenths, int delayOut, int dryOut) {
   return {multiple, delayMs, decayTenths, delayOut, dryOut, 0, 13, 1000, 0, 18, 1000, 0};
-}
-
-template <class S>
-int Process(CQxEchosEngine& e, QxRunMode m, S* b, uint32_t* n, int32_t t) {
-  if constexpr (std::is_same_v<S, uint8_t>) return e.ProcessPcm8(m, b, n, t);
-  if constexpr (std::is_same_v<S, int16_t>) return e.ProcessPcm16(m, b, n, t);
-  if constexpr (std::is_same_v<S, int32_t>) return e.ProcessPcm32(m, b, n, t);
-  if constexpr (std::is_same_v<S, float>) return e.ProcessFloat32(m, b, n, t);
-  if constexpr (std::is_same_v<S, double>) return e.ProcessFloat64(m, b, n, t);
-}
-
-// Runs `buf` through the engine in blocks of the given sizes (cycled), RunContinue.
-template <class F>
-void RunInBlocks(CQxEchosEngine& e, std::vector<typename F::Sample>& buf, uint32_t channels,
-                 const std::vector<uint32_t>& blocks) {
-  const size_t total = buf.size() / channels;
-  size_t done = 0;
-  for (size_t b = 0; done < total; ++b) {
-    uint32_t n = static_cast<uint32_t>(std::min<size_t>(blocks[b % blocks.size()], total - done));
-    const uint32_t asked = n;
-    ASSERT_EQ(Process(e, RunContinue, buf.data() + done * channels, &n, 0), 0);
-    ASSERT_EQ(n, asked);
-    done += n;
-  }
 }
 
 // The plain per-sample recursion, one frame at a time, for comparison with the engine.
@@ -91,8 +68,8 @@ TYPED_TEST(EchosFormTest, BlockCutsMatchPerSampleRecursion) {
       const EchosParams p = MakeParams(1, delayMs, 20, -30, -50);
       ASSERT_EQ(a.Apply(p, RunFresh, nullptr), S_OK);
       ASSERT_EQ(b.Apply(p, RunFresh, nullptr), S_OK);
-      RunInBlocks<F>(a, whole, channels, {frames});
-      RunInBlocks<F>(b, cut, channels, {1, 9, 3, 17, 5, 11});
+      RunInBlocks(a, whole, channels, {frames});
+      RunInBlocks(b, cut, channels, {1, 9, 3, 17, 5, 11});
       EXPECT_EQ(whole, cut);
       EXPECT_EQ(whole, Reference<F>(in, channels, a.LineLength(), a.Feedback(), a.DelayGain(),
                                     a.DryGain()));
@@ -119,14 +96,14 @@ TYPED_TEST(EchosFormTest, RunTailLength) {
   while (result == 0) {
     std::fill(buf.begin(), buf.end(), F::Write(0.0));
     uint32_t n = 97;
-    result = Process(e, RunTail, buf.data(), &n, 0);
+    result = ProcessAs(e, RunTail, buf.data(), &n, 0);
     total += n;
     ASSERT_LE(total, expected);
   }
   EXPECT_EQ(total, expected);
   for (uint32_t c = 0; c < channels; ++c) EXPECT_EQ(e.TailLeft(c), 0u);
   uint32_t n = 97;
-  EXPECT_EQ(Process(e, RunTail, buf.data(), &n, 0), 1);
+  EXPECT_EQ(ProcessAs(e, RunTail, buf.data(), &n, 0), 1);
   EXPECT_EQ(n, 0u);
 }
 

@@ -8,22 +8,10 @@
 #include <vector>
 
 #include "aplugins/qxppack1/pitchtime/pitchs_filter.h"
-#include "platform/mediagraph/endpoints.h"
-#include "tests/support/formats.h"
+#include "tests/pitchtime/splice_test_util.h"
+#include "tests/support/effect_rig.h"
 
 namespace {
-WAVEFORMATEX Plain(WORD tag, WORD channels, WORD bits, DWORD rate = 8000) {
-  return PlainFormat(tag, channels, bits, rate);
-}
-
-CMediaType TypeOf(const WAVEFORMATEX& f) {
-  CMediaType mt;
-  mt.SetType(&MEDIATYPE_Audio);
-  mt.SetFormatType(&FORMAT_WaveFormatEx);
-  mt.SetFormat(reinterpret_cast<const BYTE*>(&f), sizeof f);
-  return mt;
-}
-
 // A sine in any of the five forms, all channels alike.
 std::vector<BYTE> Sine(const WAVEFORMATEX& f, int frames, double hz, double amp = 0.5) {
   std::vector<BYTE> b(static_cast<size_t>(frames) * f.nBlockAlign);
@@ -75,37 +63,17 @@ double PowerAt(const std::vector<double>& x, size_t from, size_t to, double hz, 
 }
 
 // source -> Pitch Shift -> collecting sink, running.
-struct Rig {
-  CPushSource* source = nullptr;
-  CQxPitchs* pitchs = nullptr;
-  CCollectSink* sink = nullptr;
-  WAVEFORMATEX format;
-  LONG bufferFrames;
-
+struct Rig : EffectRig<CQxPitchs> {
   Rig(const WAVEFORMATEX& f, double ratio, bool preserve, LONG frames = 1000, int32_t antiAlias = 0)
-      : format(f), bufferFrames(frames) {
-    CMediaType mt = TypeOf(f);
-    EXPECT_EQ(CPushSource::Create(mt, frames * f.nBlockAlign, 2, &source), S_OK);
-    HRESULT hr = S_OK;
-    pitchs = static_cast<CQxPitchs*>(CQxPitchs::CreateInstance(nullptr, &hr));
-    pitchs->NonDelegatingAddRef();
-    EXPECT_EQ(pitchs->SetRatio(ratio), S_OK);
-    pitchs->SetPreserveDuration(preserve ? 1 : 0);
-    pitchs->SetAntiAlias(antiAlias);
-    EXPECT_EQ(CCollectSink::Create(&sink), S_OK);
-    EXPECT_EQ(source->GetPin(0)->Connect(pitchs->GetPin(0), &mt), S_OK);
-    EXPECT_EQ(pitchs->GetPin(1)->Connect(sink->GetPin(0), nullptr), S_OK);
-    for (IBaseFilter* b : Filters()) EXPECT_EQ(b->Run(0), S_OK);
-  }
-  ~Rig() {
-    for (IBaseFilter* b : Filters()) b->Stop();
-    for (CBasePin* p : {source->GetPin(0), pitchs->GetPin(0), pitchs->GetPin(1), sink->GetPin(0)}) p->Disconnect();
-    source->Release();
-    pitchs->NonDelegatingRelease();
-    sink->Release();
-  }
-  std::vector<IBaseFilter*> Filters() { return {sink, pitchs, source}; }
-  HRESULT Push(const std::vector<BYTE>& bytes) {
+      : EffectRig(f, frames, [&](CQxPitchs* p) {
+          EXPECT_EQ(p->SetRatio(ratio), S_OK);
+          p->SetPreserveDuration(preserve ? 1 : 0);
+          p->SetAntiAlias(antiAlias);
+        }),
+        pitchs(effect) {}
+  CQxPitchs* pitchs;
+  // Pushes `bytes` in blocks of the source's buffer.
+  HRESULT PushAll(const std::vector<BYTE>& bytes) {
     const size_t block = static_cast<size_t>(bufferFrames) * format.nBlockAlign;
     for (size_t at = 0; at < bytes.size(); at += block) {
       const size_t n = std::min(block, bytes.size() - at);
@@ -114,21 +82,16 @@ struct Rig {
     }
     return S_OK;
   }
-  int64_t FramesOut() const { return static_cast<int64_t>(sink->bytes.size()) / format.nBlockAlign; }
 };
 
-QxSpliceSizes SizesAt(int mode, DWORD rate) {
-  QxSpliceSizes s;
-  EXPECT_EQ(QxSplice_ComputeSizes(mode, rate, &s), S_OK);
-  return s;
-}
+using splice_test::SizesAt;
 }  // namespace
 
 TEST(PitchsFilter, RatioOneWithoutPreservationPassesNearlyUnchanged) {
-  const WAVEFORMATEX f = Plain(WAVE_FORMAT_PCM, 2, 16);
+  const WAVEFORMATEX f = PlainFormat(WAVE_FORMAT_PCM, 2, 16);
   Rig rig(f, 1.0, false, 700);
   const std::vector<BYTE> in = Sine(f, 8000, 440.0);
-  ASSERT_EQ(rig.Push(in), S_OK);
+  ASSERT_EQ(rig.PushAll(in), S_OK);
   EXPECT_EQ(rig.pitchs->VirtualRate(), 8000u);
   EXPECT_EQ(rig.pitchs->ResampleRatio(), 1.0);
   const size_t streamed = rig.sink->bytes.size();
@@ -145,9 +108,9 @@ TEST(PitchsFilter, RatioOneWithoutPreservationPassesNearlyUnchanged) {
 }
 
 TEST(PitchsFilter, RatioTwoWithoutPreservationHalvesTheLengthAndDoublesThePitch) {
-  const WAVEFORMATEX f = Plain(WAVE_FORMAT_PCM, 1, 16);
+  const WAVEFORMATEX f = PlainFormat(WAVE_FORMAT_PCM, 1, 16);
   Rig rig(f, 2.0, false);
-  ASSERT_EQ(rig.Push(Sine(f, 16000, 300.0)), S_OK);
+  ASSERT_EQ(rig.PushAll(Sine(f, 16000, 300.0)), S_OK);
   const size_t streamed = rig.sink->bytes.size();
   ASSERT_EQ(rig.source->DeliverEndOfStream(), S_OK);
   EXPECT_EQ(rig.sink->bytes.size(), streamed);
@@ -158,10 +121,10 @@ TEST(PitchsFilter, RatioTwoWithoutPreservationHalvesTheLengthAndDoublesThePitch)
 }
 
 TEST(PitchsFilter, RatioTwoWithPreservationKeepsTheLengthAndDoublesThePitch) {
-  const WAVEFORMATEX f = Plain(WAVE_FORMAT_PCM, 1, 16);
+  const WAVEFORMATEX f = PlainFormat(WAVE_FORMAT_PCM, 1, 16);
   Rig rig(f, 2.0, true);
   const int frames = 8000 * 3;
-  ASSERT_EQ(rig.Push(Sine(f, frames, 300.0)), S_OK);
+  ASSERT_EQ(rig.PushAll(Sine(f, frames, 300.0)), S_OK);
   ASSERT_EQ(rig.source->DeliverEndOfStream(), S_OK);
   const QxSpliceSizes s = SizesAt(0, 8000);
   EXPECT_NEAR(static_cast<double>(rig.FramesOut()), frames, s.OutputHop);
@@ -172,9 +135,9 @@ TEST(PitchsFilter, RatioTwoWithPreservationKeepsTheLengthAndDoublesThePitch) {
 }
 
 TEST(PitchsFilter, AQuarterWithPreservationIsHeldToAHalfInResamplerAndSplicer) {
-  const WAVEFORMATEX f = Plain(WAVE_FORMAT_PCM, 1, 16);
+  const WAVEFORMATEX f = PlainFormat(WAVE_FORMAT_PCM, 1, 16);
   Rig rig(f, 0.25, true);
-  ASSERT_EQ(rig.Push(Sine(f, 8000, 500.0)), S_OK);
+  ASSERT_EQ(rig.PushAll(Sine(f, 8000, 500.0)), S_OK);
   EXPECT_EQ(rig.pitchs->ResampleRatio(), 0.5);
   EXPECT_EQ(rig.pitchs->Resampler().ResampleRatio, 0.5);
   EXPECT_EQ(rig.pitchs->Splice32().Ratio, 0.5);
@@ -184,17 +147,17 @@ TEST(PitchsFilter, AQuarterWithPreservationIsHeldToAHalfInResamplerAndSplicer) {
 }
 
 TEST(PitchsFilter, TheAntiAliasFilterRunsOnlyAboveOnePointOne) {
-  const WAVEFORMATEX f = Plain(WAVE_FORMAT_PCM, 1, 16);
+  const WAVEFORMATEX f = PlainFormat(WAVE_FORMAT_PCM, 1, 16);
   const std::vector<BYTE> in = Sine(f, 2000, 3500.0);  // above the new Nyquist of a shift up
   {
     Rig rig(f, 1.05, false, 1000, 1);
     std::vector<BYTE> copy = in;
-    ASSERT_EQ(rig.Push(copy), S_OK);
+    ASSERT_EQ(rig.PushAll(copy), S_OK);
     EXPECT_FALSE(rig.pitchs->FilterActive());
   }
   for (bool on : {false, true}) {
     Rig rig(f, 1.5, false, 1000, on ? 1 : 0);
-    ASSERT_EQ(rig.Push(in), S_OK);
+    ASSERT_EQ(rig.PushAll(in), S_OK);
     EXPECT_EQ(rig.pitchs->FilterActive(), on);
     // 3500 Hz read 1.5 times as fast folds over to 2750 Hz... unless it was filtered out first.
     const std::vector<double> y = Channel0(rig.sink->bytes, f);
@@ -207,10 +170,10 @@ TEST(PitchsFilter, TheAntiAliasFilterRunsOnlyAboveOnePointOne) {
 }
 
 TEST(PitchsFilter, EightBitPaddingIsZeroNotSilence) {
-  const WAVEFORMATEX f = Plain(WAVE_FORMAT_PCM, 1, 8);
+  const WAVEFORMATEX f = PlainFormat(WAVE_FORMAT_PCM, 1, 8);
   Rig rig(f, 2.0, true);
   std::vector<BYTE> quiet(8000, 128);
-  ASSERT_EQ(rig.Push(quiet), S_OK);
+  ASSERT_EQ(rig.PushAll(quiet), S_OK);
   ASSERT_EQ(rig.source->DeliverEndOfStream(), S_OK);
   const std::vector<BYTE>& out = rig.sink->bytes;
   ASSERT_GE(out.size(), 8000u);
@@ -223,9 +186,9 @@ TEST(PitchsFilter, EightBitPaddingIsZeroNotSilence) {
 }
 
 TEST(PitchsFilter, EveryFormLengthFollowsTheRatioAndPreservationRestoresIt) {
-  const WAVEFORMATEX forms[] = {Plain(WAVE_FORMAT_PCM, 1, 8), Plain(WAVE_FORMAT_PCM, 2, 16),
-                                Plain(WAVE_FORMAT_PCM, 3, 32), Plain(WAVE_FORMAT_IEEE_FLOAT, 2, 32),
-                                Plain(WAVE_FORMAT_IEEE_FLOAT, 1, 64)};
+  const WAVEFORMATEX forms[] = {PlainFormat(WAVE_FORMAT_PCM, 1, 8), PlainFormat(WAVE_FORMAT_PCM, 2, 16),
+                                PlainFormat(WAVE_FORMAT_PCM, 3, 32), PlainFormat(WAVE_FORMAT_IEEE_FLOAT, 2, 32),
+                                PlainFormat(WAVE_FORMAT_IEEE_FLOAT, 1, 64)};
   const double ratios[] = {0.75, 1.5};
   const int frames = 8000 * 2;
   const QxSpliceSizes s = SizesAt(0, 8000);
@@ -233,7 +196,7 @@ TEST(PitchsFilter, EveryFormLengthFollowsTheRatioAndPreservationRestoresIt) {
     for (double ratio : ratios) {
       for (bool preserve : {false, true}) {
         Rig rig(f, ratio, preserve, 700);
-        ASSERT_EQ(rig.Push(Sine(f, frames, 250.0)), S_OK);
+        ASSERT_EQ(rig.PushAll(Sine(f, frames, 250.0)), S_OK);
         ASSERT_EQ(rig.source->DeliverEndOfStream(), S_OK);
         const double rr = QxPitchs_ResampleRatio(8000, ratio, preserve);
         const double expected = preserve ? frames : frames / rr;
@@ -245,10 +208,10 @@ TEST(PitchsFilter, EveryFormLengthFollowsTheRatioAndPreservationRestoresIt) {
 }
 
 TEST(PitchsFilter, AFifthUpPeaksWhereTheQuantisedRatioSays) {
-  const WAVEFORMATEX f = Plain(WAVE_FORMAT_PCM, 1, 16, 44100);
+  const WAVEFORMATEX f = PlainFormat(WAVE_FORMAT_PCM, 1, 16, 44100);
   const double ratio = QxPitchs_RatioFor(7, 0);
   Rig rig(f, ratio, false, 4096);
-  ASSERT_EQ(rig.Push(Sine(f, 44100 * 3, 440.0)), S_OK);
+  ASSERT_EQ(rig.PushAll(Sine(f, 44100 * 3, 440.0)), S_OK);
   ASSERT_EQ(rig.source->DeliverEndOfStream(), S_OK);
   const double rr = 44100.0 / 29433.0;
   const std::vector<double> y = Channel0(rig.sink->bytes, f);
@@ -263,12 +226,12 @@ TEST(PitchsFilter, AFifthUpPeaksWhereTheQuantisedRatioSays) {
 }
 
 TEST(PitchsFilter, AChangeOfRatioMidStreamKeepsTheStreamGoing) {
-  const WAVEFORMATEX f = Plain(WAVE_FORMAT_PCM, 1, 16);
+  const WAVEFORMATEX f = PlainFormat(WAVE_FORMAT_PCM, 1, 16);
   Rig rig(f, 1.0, true, 500);
-  ASSERT_EQ(rig.Push(Sine(f, 8000, 300.0)), S_OK);
+  ASSERT_EQ(rig.PushAll(Sine(f, 8000, 300.0)), S_OK);
   const int64_t totalIn = rig.pitchs->TotalIn();
   rig.pitchs->SetRatio(1.5);
-  ASSERT_EQ(rig.Push(Sine(f, 8000, 300.0)), S_OK);
+  ASSERT_EQ(rig.PushAll(Sine(f, 8000, 300.0)), S_OK);
   // The totals run on across a ratio change; only a rebuild clears them.
   EXPECT_GT(rig.pitchs->TotalIn(), totalIn);
   ASSERT_EQ(rig.source->DeliverEndOfStream(), S_OK);

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -24,7 +23,6 @@ std::vector<int> PostedCodes(HWND w) {
 // Preparing a stream takes the snapshot, which clears the changed and rebuild flags.
 WAVEFORMATEX Mono16() { return PlainFormat(WAVE_FORMAT_PCM, 1, 16); }
 
-bool SameRecord(const PitchParams& a, const PitchParams& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 }  // namespace
 
 TEST(PitchsParams, SettersClampSetTheRightFlagsAndActOnlyOnARealChange) {

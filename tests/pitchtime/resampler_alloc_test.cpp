@@ -2,24 +2,10 @@
 // a later prepare succeeds (its own binary, as it replaces nothrow array new).
 #include <gtest/gtest.h>
 
-#include <new>
 #include <vector>
 
 #include "aplugins/qxppack1/pitchtime/resampler.h"
-
-namespace {
-int g_failAfter = -1;  // nothrow array allocations to let through before failing; -1 never fails
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  if (g_failAfter == 0) return nullptr;
-  if (g_failAfter > 0) --g_failAfter;
-  try {
-    return ::operator new[](size);
-  } catch (...) {
-    return nullptr;
-  }
-}
+#include "tests/support/failing_alloc.h"
 
 TEST(ResamplerAlloc, EitherFailedBufferLeavesItUnprepared) {
   for (int first : {0, 1}) {  // the kernel table, then the history

@@ -8,18 +8,18 @@
 #include <vector>
 
 #include "aplugins/qxppack1/pitchtime/splice_engine.h"
+#include "tests/support/formats.h"
 
 namespace splice_test {
 
 inline WAVEFORMATEX Wave(WORD tag, WORD bits, WORD channels, DWORD rate) {
-  WAVEFORMATEX w{};
-  w.wFormatTag = tag;
-  w.nChannels = channels;
-  w.nSamplesPerSec = rate;
-  w.wBitsPerSample = bits;
-  w.nBlockAlign = static_cast<WORD>(bits / 8 * channels);
-  w.nAvgBytesPerSec = rate * w.nBlockAlign;
-  return w;
+  return PlainFormat(tag, channels, bits, rate);
+}
+// The splice sizes of `mode` at `rate`.
+inline QxSpliceSizes SizesAt(int mode, DWORD rate) {
+  QxSpliceSizes s;
+  EXPECT_EQ(QxSplice_ComputeSizes(mode, rate, &s), S_OK);
+  return s;
 }
 inline WAVEFORMATEX FloatWave(WORD channels, DWORD rate) {
   return Wave(WAVE_FORMAT_IEEE_FLOAT, 32, channels, rate);

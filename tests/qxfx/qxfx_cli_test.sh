@@ -2,20 +2,9 @@
 # qxfx as a user meets it: processing, presets, state files, automation and the errors of each.
 set -u
 qxfx=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
+source "$(dirname "$(realpath "$0")")/qxfx_test_lib.sh"
 # Names in English unless asked otherwise, and a registry of the test's own.
 export LC_ALL=C QX_REGISTRY_FILE="$work/registry"
-fails=0 passes=0
-ok() { passes=$((passes + 1)); }
-bad() { echo "FAIL: $*"; fails=$((fails + 1)); }
-expect_ok() { local what=$1; shift; if "$@" >out.txt 2>err.txt; then ok; else bad "$what: $(cat err.txt)"; fi; }
-expect_fail() {  # what, message fragment, command...
-  local what=$1 frag=$2; shift 2
-  if "$@" >out.txt 2>err.txt; then bad "$what: succeeded"; return; fi
-  grep -q -- "$frag" err.txt && ok || bad "$what: message was: $(cat err.txt)"
-}
 
 expect_ok "demo input" "$qxfx" make-demo-input in.wav
 expect_ok "plain run" "$qxfx" process -q in.wav a.wav simple-delay --preset "echo chamber"
@@ -86,5 +75,4 @@ expect_fail "value" "from 1 to 5000" "$qxfx" process in.wav d.wav simple-delay -
 expect_fail "effect" "did you mean 'simple-delay'" "$qxfx" process in.wav d.wav simple-dealy
 [ "$(md5sum in.wav)" = "$before" ] && ok || bad "the input changed"
 
-echo "$passes passed, $fails failed"
-[ "$fails" = 0 ]
+finish

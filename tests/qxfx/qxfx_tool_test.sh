@@ -3,20 +3,11 @@
 # interrupted runs that must leave nothing behind.
 set -u
 qxfx=$(realpath "$1")
-work=$(mktemp -d)
+source "$(dirname "$(realpath "$0")")/qxfx_test_lib.sh"
+# The fifo an interrupted run reads from closes before the work folder goes.
 trap 'exec 3>&- 2>/dev/null; rm -rf "$work"' EXIT
-cd "$work"
 export TMPDIR="$work/tmp"
 mkdir "$TMPDIR"
-fails=0 passes=0
-ok() { passes=$((passes + 1)); }
-bad() { echo "FAIL: $*"; fails=$((fails + 1)); }
-expect_ok() { local what=$1; shift; if "$@" >out.txt 2>err.txt; then ok; else bad "$what: $(cat err.txt)"; fi; }
-expect_fail() {  # what, message fragment, command...
-  local what=$1 frag=$2; shift 2
-  if "$@" >out.txt 2>err.txt; then bad "$what: succeeded"; return; fi
-  grep -q -- "$frag" err.txt && ok || bad "$what: message was: $(cat err.txt)"
-}
 frames() { "$qxfx" info "$1" | sed -E 's/.* ([0-9]+) frames.*/\1/'; }
 no_temps() {  # what: no temporary file of qxfx anywhere in the work folder
   local left
@@ -134,5 +125,4 @@ if [ "$rc" = 0 ]; then echo "note: the run ended before the signal"; else
 fi
 no_temps "SIGINT while writing"
 
-echo "$passes passed, $fails failed"
-[ "$fails" = 0 ]
+finish

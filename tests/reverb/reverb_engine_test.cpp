@@ -14,9 +14,10 @@
 #include <vector>
 
 #include "aplugins/qxppack1/frame/sample_form.h"
-#include "tests/support/formats.h"
 #include "kernel/services/qx_cpu.h"
 #include "tests/reverb/reverb_reference.h"
+#include "tests/support/engine_blocks.h"
+#include "tests/support/formats.h"
 
 namespace {
 
@@ -28,15 +29,6 @@ std::unique_ptr<CQxReverbEngine> MakeEngine(bool fast) {
   auto e = std::make_unique<CQxReverbEngine>();
   unsetenv(QX_CPU_MASK_ENV);
   return e;
-}
-
-template <class S>
-int Process(CQxReverbEngine& e, QxRunMode m, S* b, uint32_t* n, int32_t t, IQxReverbParamSource& src) {
-  if constexpr (std::is_same_v<S, uint8_t>) return e.ProcessPcm8(m, b, n, t, src);
-  if constexpr (std::is_same_v<S, int16_t>) return e.ProcessPcm16(m, b, n, t, src);
-  if constexpr (std::is_same_v<S, int32_t>) return e.ProcessPcm32(m, b, n, t, src);
-  if constexpr (std::is_same_v<S, float>) return e.ProcessFloat32(m, b, n, t, src);
-  if constexpr (std::is_same_v<S, double>) return e.ProcessFloat64(m, b, n, t, src);
 }
 
 // An engine streaming `p` on `format`: started, then fed in blocks of the given sizes (cycled).
@@ -51,15 +43,8 @@ struct Rig {
   }
   template <class S>
   void Feed(std::vector<S>& buf, const std::vector<uint32_t>& blocks, QxRunMode mode = RunContinue) {
-    const size_t total = buf.size() / format.nChannels;
-    size_t done = 0;
-    for (size_t b = 0; done < total; ++b) {
-      uint32_t n = static_cast<uint32_t>(std::min<size_t>(blocks[b % blocks.size()], total - done));
-      const uint32_t asked = n;
-      ASSERT_EQ(Process(*engine, mode, buf.data() + done * format.nChannels, &n, 0, source), 0);
-      ASSERT_EQ(n, asked);
-      done += n;
-    }
+    FeedInBlocks(buf, format.nChannels, blocks,
+                 [&](S* b, uint32_t* n) { return ProcessAs(*engine, mode, b, n, 0, source); });
   }
 };
 
@@ -169,14 +154,14 @@ TEST(ReverbEngine, DecayIsTruncatedToWholeSecondsSoUnderOneSecondHasNoTail) {
   EXPECT_EQ(r.engine->TailTotal(), 0);
   std::vector<int16_t> buf(64, 0);
   uint32_t n = 64;
-  EXPECT_EQ(Process(*r.engine, RunTail, buf.data(), &n, 0, r.source), 1);
+  EXPECT_EQ(ProcessAs(*r.engine, RunTail, buf.data(), &n, 0, r.source), 1);
   EXPECT_EQ(n, 0u);
 
   p.decayTenths = 19;
   Rig s(FormatOf<QxPcm16Form>(1, 8000), p);
   EXPECT_EQ(s.engine->TailTotal(), 8000);
   n = 64;
-  EXPECT_EQ(Process(*s.engine, RunTail, buf.data(), &n, 0, s.source), 0);
+  EXPECT_EQ(ProcessAs(*s.engine, RunTail, buf.data(), &n, 0, s.source), 0);
   EXPECT_EQ(s.engine->TailLeft(), 8000 - 64);
 }
 
@@ -277,17 +262,17 @@ TEST(ReverbEngine, BassOffThenOnClearsItsStatesAndAFrequencyChangeKeepsThem) {
   r.source.changed = true;
   std::vector<double> none;
   uint32_t n = 0;
-  Process(*r.engine, RunContinue, buf.data(), &n, 0, r.source);
+  ProcessAs(*r.engine, RunContinue, buf.data(), &n, 0, r.source);
   EXPECT_EQ(r.engine->Channel(0).bass.s1, before.s1);
   EXPECT_NE(r.engine->Channel(0).bass.b1, before.b1);
 
   r.source.params.bassOn = 0;
   r.source.changed = true;
-  Process(*r.engine, RunContinue, buf.data(), &n, 0, r.source);
+  ProcessAs(*r.engine, RunContinue, buf.data(), &n, 0, r.source);
   EXPECT_EQ(r.engine->Channel(0).bass.s1, before.s1);  // off: nothing is designed or cleared
   r.source.params.bassOn = 1;
   r.source.changed = true;
-  Process(*r.engine, RunContinue, buf.data(), &n, 0, r.source);
+  ProcessAs(*r.engine, RunContinue, buf.data(), &n, 0, r.source);
   EXPECT_EQ(r.engine->Channel(0).bass.s1, 0.0);
   EXPECT_EQ(r.engine->Channel(0).bass.s2, 0.0);
 }
@@ -304,10 +289,10 @@ TEST(ReverbEngine, BypassLeavesSamplesBitExactWhileTheTailCountersRun) {
   const CombLine before = r.engine->Channel(0).comb[3];
   std::vector<int16_t> tail(2 * 600, 123);
   uint32_t n = 600;
-  EXPECT_EQ(Process(*r.engine, RunTail, tail.data(), &n, 0, r.source), 0);
+  EXPECT_EQ(ProcessAs(*r.engine, RunTail, tail.data(), &n, 0, r.source), 0);
   EXPECT_EQ(n, 600u);
   n = 600;
-  EXPECT_EQ(Process(*r.engine, RunTail, tail.data(), &n, 0, r.source), 1);
+  EXPECT_EQ(ProcessAs(*r.engine, RunTail, tail.data(), &n, 0, r.source), 1);
   EXPECT_EQ(n, 400u);
   for (int16_t v : tail) ASSERT_EQ(v, 123);
   EXPECT_EQ(r.engine->Channel(0).comb[3].cursor, before.cursor);  // no delay memory moved
@@ -320,23 +305,23 @@ TEST(ReverbEngine, TailRequestBlocksRunForTheTailThenTheGateSleepsUntilAnOrdinar
   std::vector<int16_t> buf(700, 0);
   uint32_t n = 1;
   // The gate's count is loaded by ordinary blocks, not by the start of a stream.
-  EXPECT_EQ(Process(*r.engine, RunContinue, buf.data(), &n, 1, r.source), 0);
+  EXPECT_EQ(ProcessAs(*r.engine, RunContinue, buf.data(), &n, 1, r.source), 0);
   EXPECT_EQ(n, 0u);
   EXPECT_TRUE(r.engine->Asleep());
   n = 1;
-  EXPECT_EQ(Process(*r.engine, RunContinue, buf.data(), &n, 0, r.source), 0);
+  EXPECT_EQ(ProcessAs(*r.engine, RunContinue, buf.data(), &n, 0, r.source), 0);
   n = 700;
-  EXPECT_EQ(Process(*r.engine, RunContinue, buf.data(), &n, 1, r.source), 0);
+  EXPECT_EQ(ProcessAs(*r.engine, RunContinue, buf.data(), &n, 1, r.source), 0);
   EXPECT_EQ(n, 700u);
   n = 700;
-  EXPECT_EQ(Process(*r.engine, RunContinue, buf.data(), &n, 1, r.source), 0);
+  EXPECT_EQ(ProcessAs(*r.engine, RunContinue, buf.data(), &n, 1, r.source), 0);
   EXPECT_EQ(n, 300u);
   EXPECT_TRUE(r.engine->Asleep());
   n = 700;
-  EXPECT_EQ(Process(*r.engine, RunContinue, buf.data(), &n, 1, r.source), 1);
+  EXPECT_EQ(ProcessAs(*r.engine, RunContinue, buf.data(), &n, 1, r.source), 1);
   EXPECT_EQ(n, 0u);
   n = 10;  // an ordinary block wakes it with a full count
-  EXPECT_EQ(Process(*r.engine, RunContinue, buf.data(), &n, 0, r.source), 0);
+  EXPECT_EQ(ProcessAs(*r.engine, RunContinue, buf.data(), &n, 0, r.source), 0);
   EXPECT_EQ(n, 10u);
   EXPECT_FALSE(r.engine->Asleep());
   EXPECT_EQ(r.engine->SilenceLeft(), 1000);

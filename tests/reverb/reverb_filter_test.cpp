@@ -5,13 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <new>
 #include <vector>
 
 #include "tests/support/effect_rig.h"
+#include "tests/support/failing_alloc.h"
 
 namespace {
-bool g_failNothrowArrays = false;
 bool Same(const ReverbParams& a, const ReverbParams& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 // source -> Reverb -> collecting sink, running, 16-bit.
@@ -20,16 +19,6 @@ struct Rig : EffectRig<CQxReverb> {
       : EffectRig(f, bufferFrames, [&](CQxReverb* e) { e->SetParams(&p); }) {}
 };
 }  // namespace
-
-// The engine takes its rings with nothrow array new; this binary can make that fail on demand.
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  if (g_failNothrowArrays) return nullptr;
-  try {
-    return ::operator new[](size);
-  } catch (...) {
-    return nullptr;
-  }
-}
 
 TEST(ReverbFilter, SettersClampMarkOnlyRealChangesAndAskForARebuildWhereRingsDependOnThem) {
   CQxReverb* f = NewEffect<CQxReverb>();
@@ -209,11 +198,11 @@ TEST(ReverbFilter, RingsThatCannotBeHadFailTheBlockUntouchedAndTheNextBlockRetri
     impulse[0] = 30000;
     rig.Push(impulse);
     rig.sink->bytes.clear();
-    g_failNothrowArrays = true;  // the discontinuity rebuilds the rings
+    g_failAfter = 0;  // the discontinuity rebuilds the rings
     EXPECT_EQ(rig.Push(impulse, true), E_OUTOFMEMORY);
     EXPECT_FALSE(rig.effect->ParamsValid());
     EXPECT_TRUE(rig.sink->bytes.empty());
-    g_failNothrowArrays = false;
+    g_failAfter = -1;
     EXPECT_EQ(rig.Push(impulse, true), S_OK);
     EXPECT_TRUE(rig.effect->ParamsValid());
     EXPECT_EQ(rig.Out().size(), impulse.size());

@@ -46,6 +46,42 @@ T* NewEffect() {
   return f;
 }
 
+// The effect's input takes the six sample forms up to 32 channels, plain or extensible, and
+// refuses everything else: other depths, no or too many channels, compressed tags and subformats,
+// and format blocks cut short.
+template <class T>
+void ExpectTheSixFormsOnly(T* f) {
+  struct Case {
+    WORD tag, bits, channels;
+    bool ok;
+  } cases[] = {{1, 8, 1, true},   {1, 16, 2, true},  {1, 32, 32, true}, {3, 32, 6, true},
+               {3, 64, 3, true},  {1, 24, 2, false}, {1, 16, 33, false}, {1, 16, 0, false},
+               {3, 16, 2, false}, {2, 16, 2, false}};
+  for (const Case& c : cases) {
+    WAVEFORMATEX w = PlainFormat(c.tag, c.channels, c.bits);
+    CMediaType mt = AudioType(w);
+    EXPECT_EQ(f->CheckInputType(&mt), c.ok ? S_OK : E_INVALIDARG) << c.tag << "/" << c.bits << "/" << c.channels;
+    if (c.tag == 2) continue;
+    WAVEFORMATEXTENSIBLE x = ExtensibleFormat(c.tag == 1 ? KSDATAFORMAT_SUBTYPE_PCM : KSDATAFORMAT_SUBTYPE_IEEE_FLOAT,
+                                              c.channels, c.bits);
+    CMediaType xt = AudioType(x);
+    EXPECT_EQ(f->CheckInputType(&xt), c.ok ? S_OK : E_INVALIDARG);
+  }
+  WAVEFORMATEX w = PlainFormat(1, 2, 16);
+  CMediaType mt = AudioType(&w, 14);
+  EXPECT_EQ(f->CheckInputType(&mt), E_INVALIDARG);  // format block under 16 bytes
+  mt = AudioType(w);
+  mt.SetTemporalCompression(TRUE);
+  EXPECT_EQ(f->CheckInputType(&mt), E_INVALIDARG);
+  WAVEFORMATEXTENSIBLE x = ExtensibleFormat(GUID_NULL, 2, 16);
+  CMediaType xt = AudioType(x);
+  EXPECT_EQ(f->CheckInputType(&xt), E_INVALIDARG);
+  x = ExtensibleFormat(KSDATAFORMAT_SUBTYPE_PCM, 2, 16);
+  x.Format.cbSize = 21;
+  xt = AudioType(x);
+  EXPECT_EQ(f->CheckInputType(&xt), E_INVALIDARG);
+}
+
 // An effect with a window registered (id 9) for its change notices.
 template <class T, class Params>
 struct WatchedEffect {
@@ -142,4 +178,5 @@ struct EffectRig {
     return v;
   }
   const std::vector<BYTE>& OutBytes() const { return sink->bytes; }
+  int64_t FramesOut() const { return static_cast<int64_t>(sink->bytes.size()) / format.nBlockAlign; }
 };

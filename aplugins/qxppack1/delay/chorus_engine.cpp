@@ -195,6 +195,21 @@ struct Lane {
   double read;
   double gain;
   int32_t write;
+
+  // This frame's read point: the position moved by `swing` and wrapped into the line, as two frames and the
+  // fraction between them.
+  void ReadPoint(double swing, double Nd, int32_t N, int32_t* i, int32_t* j, double* f) const {
+    double p = swing + read;
+    if (p >= Nd) p -= Nd;
+    else if (p < 0.0) p += Nd;
+    QxChorusReadPoint(p, N, i, j, f);
+  }
+  // One frame on: the read and write positions step back, wrapping.
+  void Step(double Nd, int32_t N) {
+    read -= 1.0;
+    if (read < 0.0) read = Nd - 1.0;
+    if (--write < 0) write = N - 1;
+  }
 };
 
 // V voices in series over n frames, their sines given. Each voice: modulated read, filter,
@@ -222,12 +237,9 @@ void Cascade(typename Form::Sample* buf, uint32_t n, Lane* lanes, double (*state
 #pragma GCC unroll 3
       for (int v = 0; v < V; ++v) {
         Lane& l = lv[v];
-        double p = sines[v][t] * k.amp + l.read;
-        if (p >= Nd) p -= Nd;
-        else if (p < 0.0) p += Nd;
         int32_t i, j;
         double f;
-        QxChorusReadPoint(p, N, &i, &j, &f);
+        l.ReadPoint(sines[v][t] * k.amp, Nd, N, &i, &j, &f);
         const __m128d li = _mm_loadu_pd(l.line + 2 * static_cast<size_t>(i));
         const __m128d lj = _mm_loadu_pd(l.line + 2 * static_cast<size_t>(j));
         const __m128d s = _mm_add_pd(_mm_mul_pd(_mm_sub_pd(lj, li), _mm_set1_pd(f)), li);
@@ -238,9 +250,7 @@ void Cascade(typename Form::Sample* buf, uint32_t n, Lane* lanes, double (*state
         _mm_storeu_pd(l.line + 2 * static_cast<size_t>(l.write), _mm_add_pd(_mm_mul_pd(y, fb), in));
         x = v == 0 ? _mm_add_pd(_mm_mul_pd(_mm_mul_pd(y, _mm_set1_pd(l.gain)), side), _mm_mul_pd(in, dry))
                    : _mm_add_pd(_mm_mul_pd(y, side), in);
-        l.read -= 1.0;
-        if (l.read < 0.0) l.read = Nd - 1.0;
-        if (--l.write < 0) l.write = N - 1;
+        l.Step(Nd, N);
       }
       QxPairIo<Form>::Write(buf, x);
     }
@@ -256,12 +266,9 @@ void Cascade(typename Form::Sample* buf, uint32_t n, Lane* lanes, double (*state
 #pragma GCC unroll 3
     for (int v = 0; v < V; ++v) {
       Lane& l = lv[v];
-      double p = sines[v][t] * k.amp + l.read;
-      if (p >= Nd) p -= Nd;
-      else if (p < 0.0) p += Nd;
       int32_t i, j;
       double f;
-      QxChorusReadPoint(p, N, &i, &j, &f);
+      l.ReadPoint(sines[v][t] * k.amp, Nd, N, &i, &j, &f);
       const double* li = l.line + static_cast<size_t>(i) * C;
       const double* lj = l.line + static_cast<size_t>(j) * C;
       double* lw = l.line + static_cast<size_t>(l.write) * C;
@@ -281,9 +288,7 @@ void Cascade(typename Form::Sample* buf, uint32_t n, Lane* lanes, double (*state
       // The mono single-precision routine keeps the frame in the buffer's precision between
       // voices.
       if constexpr (Narrow) x[0] = static_cast<float>(x[0]);
-      l.read -= 1.0;
-      if (l.read < 0.0) l.read = Nd - 1.0;
-      if (--l.write < 0) l.write = N - 1;
+      l.Step(Nd, N);
     }
     for (uint32_t c = 0; c < C; ++c) buf[c] = Form::Write(x[c]);
   }

@@ -75,12 +75,6 @@ CQxChorusTransform::CQxChorusTransform() : CQxPlugInParams(g_ChorusParamInfo, CH
 
 CQxChorusTransform::~CQxChorusTransform() = default;
 
-void CQxChorusTransform::MarkDirty() {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  ParamsDirty_ = true;
-  PersistDirty_ = true;
-}
-
 HRESULT CQxChorusTransform::GetAllParameters(ChorusParams* record) {
   if (!record) return E_POINTER;
   GetAll(record);
@@ -103,26 +97,6 @@ HRESULT CQxChorusTransform::SetParam(DWORD index, MP_DATA value) {
     Notify(QX_CHANGE_SET_PARAM);
   }
   return hr;
-}
-
-bool CQxChorusTransform::PersistDirtyFlag() {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  return PersistDirty_;
-}
-
-void CQxChorusTransform::SetPersistDirtyFlag(bool dirty) {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  PersistDirty_ = dirty;
-}
-
-HRESULT CQxChorusTransform::RegisterWindow(HWND window, uint16_t commandId) {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  return notifier_.Register(window, commandId);
-}
-
-void CQxChorusTransform::Notify(uint16_t code) {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  notifier_.Notify(code);
 }
 
 HRESULT CQxChorusTransform::GetField(uint32_t index, int32_t* value) { return GetStored(value, index); }

@@ -84,12 +84,6 @@ CQxEchosTransform::CQxEchosTransform() : CQxPlugInParams(g_EchosParamInfo, ECHOS
 
 CQxEchosTransform::~CQxEchosTransform() = default;
 
-void CQxEchosTransform::MarkDirty() {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  ParamsDirty_ = true;
-  PersistDirty_ = true;
-}
-
 HRESULT CQxEchosTransform::GetAllParameters(EchosParams* record) {
   if (!record) return E_POINTER;
   GetAll(record);
@@ -110,26 +104,6 @@ HRESULT CQxEchosTransform::SetParam(DWORD index, MP_DATA value) {
     Notify(QX_CHANGE_SET_PARAM);
   }
   return hr;
-}
-
-bool CQxEchosTransform::PersistDirtyFlag() {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  return PersistDirty_;
-}
-
-void CQxEchosTransform::SetPersistDirtyFlag(bool dirty) {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  PersistDirty_ = dirty;
-}
-
-HRESULT CQxEchosTransform::RegisterWindow(HWND window, uint16_t commandId) {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  return notifier_.Register(window, commandId);
-}
-
-void CQxEchosTransform::Notify(uint16_t code) {
-  std::lock_guard<std::recursive_mutex> g(engineLock_);
-  notifier_.Notify(code);
 }
 
 HRESULT CQxEchosTransform::GetField(uint32_t index, int32_t* value) { return GetStored(value, index); }
@@ -180,17 +154,5 @@ bool CQxEchosTransform::BypassGate(uint32_t) { return engine_.BypassGate(BypassO
 
 int CQxEchosTransform::ProcessBlock(QxSampleForm form, QxRunMode mode, BYTE* buffer, uint32_t* frames,
                                     int32_t tailRequest) {
-  switch (form) {
-    case QxSampleForm::Pcm8: return engine_.ProcessPcm8(mode, buffer, frames, tailRequest);
-    case QxSampleForm::Pcm16:
-      return engine_.ProcessPcm16(mode, reinterpret_cast<int16_t*>(buffer), frames, tailRequest);
-    case QxSampleForm::Pcm32:
-      return engine_.ProcessPcm32(mode, reinterpret_cast<int32_t*>(buffer), frames, tailRequest);
-    case QxSampleForm::Float32:
-      return engine_.ProcessFloat32(mode, reinterpret_cast<float*>(buffer), frames, tailRequest);
-    case QxSampleForm::Float64:
-      return engine_.ProcessFloat64(mode, reinterpret_cast<double*>(buffer), frames, tailRequest);
-    case QxSampleForm::None: break;
-  }
-  return 0;
+  return QxProcessForm(engine_, form, mode, buffer, frames, tailRequest);
 }

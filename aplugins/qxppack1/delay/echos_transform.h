@@ -1,14 +1,11 @@
 // CQxEchosTransform: Simple Delay's parameters, snapshot and change record around its engine,
 // and the IQxEchosProp2 control interface. Host-neutral apart from the notification windows.
 #pragma once
-#include <mutex>
-
 #include "aplugins/qxppack1/delay/echos_engine.h"
 #include "aplugins/qxppack1/delay/echos_prop.h"
-#include "aplugins/qxppack1/frame/change_notifier.h"
-#include "aplugins/qxppack1/frame/effect_core.h"
 #include "aplugins/qxppack1/frame/mfx_tempo.h"
 #include "aplugins/qxppack1/frame/plugin_params.h"
+#include "aplugins/qxppack1/frame/transform_state.h"
 
 // Index of each parameter in the automation table (not the record order).
 enum EchosParamIndex : uint32_t {
@@ -38,10 +35,7 @@ extern const uint32_t g_EchosPresetCount;
 // Versions of the persistent record (current first), and the presets, for the frame.
 extern const QxEffectTables g_EchosTables;
 
-class CQxEchosTransform : public IQxEchosProp2,
-                          public CQxPlugInParams,
-                          public CMFXTempo,
-                          public IQxEffectCore {
+class CQxEchosTransform : public CQxTransformState<IQxEchosProp2>, public CQxPlugInParams, public CMFXTempo {
  public:
   CQxEchosTransform();
   ~CQxEchosTransform() override;
@@ -49,30 +43,18 @@ class CQxEchosTransform : public IQxEchosProp2,
   // IQxEchosProp2 (IUnknown comes from the filter that owns this transform).
   HRESULT GetAllParameters(EchosParams* record) override;
   HRESULT SetAllParameters(const EchosParams* record) override;
-  HRESULT RegisterWindow(HWND window, uint16_t commandId) override;
-#define QX_ECHOS_PARAM_IMPL(Name, Index)                                           \
-  HRESULT Get##Name(int32_t* value) override { return GetField(Index, value); }   \
-  HRESULT Set##Name(int32_t value) override { return SetField(Index, value); }    \
-  HRESULT Begin##Name() override { return BeginGesture(Index); }                  \
-  HRESULT End##Name() override { return EndField(Index); }                        \
-  int32_t Is##Name##Idle() override { return IsIdle(Index); }
-  QX_ECHOS_PARAM_IMPL(DelayTime, ECHOS_DELAY_TIME)
-  QX_ECHOS_PARAM_IMPL(DryOut, ECHOS_DRY_OUT)
-  QX_ECHOS_PARAM_IMPL(DelayOut, ECHOS_DELAY_OUT)
-  QX_ECHOS_PARAM_IMPL(MultipleDelays, ECHOS_MULTIPLE_DELAYS)
-  QX_ECHOS_PARAM_IMPL(DecayTime, ECHOS_DECAY_TIME)
-  QX_ECHOS_PARAM_IMPL(DelayNote, ECHOS_DELAY_NOTE)
-  QX_ECHOS_PARAM_IMPL(DelayMultiplier, ECHOS_DELAY_MULTIPLIER)
-  QX_ECHOS_PARAM_IMPL(TempoSyncDelay, ECHOS_TEMPO_SYNC_DELAY)
-  QX_ECHOS_PARAM_IMPL(DecayNote, ECHOS_DECAY_NOTE)
-  QX_ECHOS_PARAM_IMPL(DecayMultiplier, ECHOS_DECAY_MULTIPLIER)
-  QX_ECHOS_PARAM_IMPL(TempoSyncDecay, ECHOS_TEMPO_SYNC_DECAY)
-  QX_ECHOS_PARAM_IMPL(Bypass, ECHOS_BYPASS)
-#undef QX_ECHOS_PARAM_IMPL
-  HRESULT SetLicenceState(int32_t v) override { licenceState_ = v; return S_OK; }
-  HRESULT GetLicenceState(int32_t* v) override { return v ? (*v = licenceState_, S_OK) : E_POINTER; }
-  HRESULT SetLicenceFlags(int32_t v) override { licenceFlags_ = v; return S_OK; }
-  HRESULT GetLicenceFlags(int32_t* v) override { return v ? (*v = licenceFlags_, S_OK) : E_POINTER; }
+  QX_PROP_FIELD_IMPL(DelayTime, ECHOS_DELAY_TIME)
+  QX_PROP_FIELD_IMPL(DryOut, ECHOS_DRY_OUT)
+  QX_PROP_FIELD_IMPL(DelayOut, ECHOS_DELAY_OUT)
+  QX_PROP_FIELD_IMPL(MultipleDelays, ECHOS_MULTIPLE_DELAYS)
+  QX_PROP_FIELD_IMPL(DecayTime, ECHOS_DECAY_TIME)
+  QX_PROP_FIELD_IMPL(DelayNote, ECHOS_DELAY_NOTE)
+  QX_PROP_FIELD_IMPL(DelayMultiplier, ECHOS_DELAY_MULTIPLIER)
+  QX_PROP_FIELD_IMPL(TempoSyncDelay, ECHOS_TEMPO_SYNC_DELAY)
+  QX_PROP_FIELD_IMPL(DecayNote, ECHOS_DECAY_NOTE)
+  QX_PROP_FIELD_IMPL(DecayMultiplier, ECHOS_DECAY_MULTIPLIER)
+  QX_PROP_FIELD_IMPL(TempoSyncDecay, ECHOS_TEMPO_SYNC_DECAY)
+  QX_PROP_FIELD_IMPL(Bypass, ECHOS_BYPASS)
   int32_t HasTempoMap() override { return CMFXTempo::HasTempoMap() ? 1 : 0; }
 
   // IMediaParams::SetParam: a host's change marks the record dirty and tells the pages.
@@ -89,36 +71,23 @@ class CQxEchosTransform : public IQxEchosProp2,
                    int32_t tailRequest) override;
   bool ParamsValid() const override { return engine_.ParamsValid(); }
   bool TailFinished() const override { return engine_.TailFinished(); }
-  void Notify(uint16_t code) override;
   const QxEffectTables& Tables() override { return g_EchosTables; }
   void GetRecord(void* record) override { GetAll(record); }
   HRESULT SetRecord(const void* record) override {
     return SetAllParameters(static_cast<const EchosParams*>(record));
   }
-  bool PersistDirtyFlag() override;
-  void SetPersistDirtyFlag(bool dirty) override;
   QxStreamClock& Clock() override { return *this; }
   CQxPlugInParams* Params() override { return this; }
   CMFXTempo* Tempo() override { return this; }
 
-  bool ParamsDirty() const { return ParamsDirty_; }
-  bool PersistDirty() const { return PersistDirty_; }
   const CQxEchosEngine& Engine() const { return engine_; }
 
  protected:
   HRESULT GetField(uint32_t index, int32_t* value);
   HRESULT SetField(uint32_t index, int32_t value);
   HRESULT EndField(uint32_t index);
-  void MarkDirty();
-
-  std::recursive_mutex engineLock_;
-  bool ParamsDirty_ = false;
-  bool PersistDirty_ = false;
 
  private:
   CQxEchosEngine engine_;
   EchosParams snapshot_{};
-  CQxChangeNotifier notifier_;
-  int32_t licenceState_ = 0;
-  int32_t licenceFlags_ = 0;
 };

@@ -15,6 +15,26 @@ struct QxStreamClock;
 
 enum class QxSampleForm { None, Pcm8, Pcm16, Pcm32, Float32, Float64 };
 
+// An in-place engine's routine for `form` over `buffer`, as the engines name them (ProcessPcm8 to
+// ProcessFloat64, taking the mode, the samples, the frames, the tail request and `extra`).
+template <class Engine, class... Extra>
+int QxProcessForm(Engine& e, QxSampleForm form, QxRunMode mode, BYTE* buffer, uint32_t* frames,
+                  int32_t tailRequest, Extra&... extra) {
+  switch (form) {
+    case QxSampleForm::Pcm8: return e.ProcessPcm8(mode, buffer, frames, tailRequest, extra...);
+    case QxSampleForm::Pcm16:
+      return e.ProcessPcm16(mode, reinterpret_cast<int16_t*>(buffer), frames, tailRequest, extra...);
+    case QxSampleForm::Pcm32:
+      return e.ProcessPcm32(mode, reinterpret_cast<int32_t*>(buffer), frames, tailRequest, extra...);
+    case QxSampleForm::Float32:
+      return e.ProcessFloat32(mode, reinterpret_cast<float*>(buffer), frames, tailRequest, extra...);
+    case QxSampleForm::Float64:
+      return e.ProcessFloat64(mode, reinterpret_cast<double*>(buffer), frames, tailRequest, extra...);
+    case QxSampleForm::None: break;
+  }
+  return 0;
+}
+
 // The form a reduced (plain) format is processed in: tag 1 with 8/16/32 bits, tag 3 with 32/64.
 inline QxSampleForm QxSampleFormOf(const WAVEFORMATEX& f) {
   if (f.wFormatTag == WAVE_FORMAT_PCM) {

@@ -164,17 +164,5 @@ HRESULT CQxReverbTransform::ApplyStep(QxRunMode mode, uint32_t status) {
 int CQxReverbTransform::ProcessBlock(QxSampleForm form, QxRunMode mode, BYTE* buffer, uint32_t* frames,
                                      int32_t tailRequest) {
   IQxReverbParamSource& source = *this;
-  switch (form) {
-    case QxSampleForm::Pcm8: return engine_.ProcessPcm8(mode, buffer, frames, tailRequest, source);
-    case QxSampleForm::Pcm16:
-      return engine_.ProcessPcm16(mode, reinterpret_cast<int16_t*>(buffer), frames, tailRequest, source);
-    case QxSampleForm::Pcm32:
-      return engine_.ProcessPcm32(mode, reinterpret_cast<int32_t*>(buffer), frames, tailRequest, source);
-    case QxSampleForm::Float32:
-      return engine_.ProcessFloat32(mode, reinterpret_cast<float*>(buffer), frames, tailRequest, source);
-    case QxSampleForm::Float64:
-      return engine_.ProcessFloat64(mode, reinterpret_cast<double*>(buffer), frames, tailRequest, source);
-    case QxSampleForm::None: break;
-  }
-  return 0;
+  return QxProcessForm(engine_, form, mode, buffer, frames, tailRequest, source);
 }
