@@ -5,6 +5,7 @@
 #include <lv2/atom/util.h>
 #include <lv2/buf-size/buf-size.h>
 #include <lv2/core/lv2.h>
+#include <lv2/log/log.h>
 #include <lv2/options/options.h>
 #include <lv2/state/state.h>
 #include <lv2/time/time.h>
@@ -77,7 +78,7 @@ class CQxLv2TempoMaps final : public IMfxTempoMap, public IMfxMeterMap {
 
 struct Urids {
   LV2_URID chunk, object, blank, floatType, doubleType, intType, longType, position, bpm, beatsPerBar, beatUnit,
-      stateKey, maxBlock;
+      stateKey, maxBlock, trace;
 };
 
 class QxLv2Instance {
@@ -87,6 +88,7 @@ class QxLv2Instance {
   ComPtr<IUnknown> effect;
   ComPtr<IQxAudioTransformFloat> door;
   ComPtr<IMfxSoftSynth> synth;  // only for the effects that follow tempo
+  const LV2_Log_Log* log = nullptr;  // where a host asks for traces, each control value applied goes
   CQxLv2TempoMaps maps;
   bool tempoConnected = false;
   uint32_t rate;
@@ -111,6 +113,7 @@ class QxLv2Instance {
       double stored = 0;
       if (QxParamToStored(p, *port, &stored) != QxParse::Invalid) QxParamSetLive(p, effect.Get(), stored);
       applied[k] = *port;
+      if (log) log->printf(log->handle, urid.trace, "%s = %g\n", p.Name, static_cast<double>(*port));
     }
   }
 
@@ -260,7 +263,8 @@ LV2_Handle Instantiate(const LV2_Descriptor* descriptor, double rate, const char
   self->urid = {m(LV2_ATOM__Chunk), m(LV2_ATOM__Object),       m(LV2_ATOM__Blank),         m(LV2_ATOM__Float),
                 m(LV2_ATOM__Double), m(LV2_ATOM__Int),         m(LV2_ATOM__Long),          m(LV2_TIME__Position),
                 m(LV2_TIME__beatsPerMinute), m(LV2_TIME__beatsPerBar), m(LV2_TIME__beatUnit), m(QX_LV2_STATE_KEY),
-                m(LV2_BUF_SIZE__maxBlockLength)};
+                m(LV2_BUF_SIZE__maxBlockLength), m(LV2_LOG__Trace)};
+  self->log = static_cast<const LV2_Log_Log*>(Feature(features, LV2_LOG__log));
   for (const auto* o = static_cast<const LV2_Options_Option*>(Feature(features, LV2_OPTIONS__options)); o && o->key;
        ++o)
     if (o->key == self->urid.maxBlock && o->type == self->urid.intType && *static_cast<const int32_t*>(o->value) > 0)

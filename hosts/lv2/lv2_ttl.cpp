@@ -16,6 +16,7 @@ const char kPrefixes[] =
     "@prefix atom: <http://lv2plug.in/ns/ext/atom#> .\n"
     "@prefix bufsz: <http://lv2plug.in/ns/ext/buf-size#> .\n"
     "@prefix doap: <http://usefulinc.com/ns/doap#> .\n"
+    "@prefix log: <http://lv2plug.in/ns/ext/log#> .\n"
     "@prefix lv2: <http://lv2plug.in/ns/lv2core#> .\n"
     "@prefix opts: <http://lv2plug.in/ns/ext/options#> .\n"
     "@prefix pprops: <http://lv2plug.in/ns/ext/port-props#> .\n"
@@ -88,7 +89,7 @@ void Plugin(std::ostream& o, const QxLv2Plugin& pl, bool ui) {
   static const char* const kChannels[2][2] = {{"_l", " left"}, {"_r", " right"}};
   o << "<" << pl.Uri << ">\n  a lv2:Plugin , " << PluginClass(pl.Effect->Name) << " ;\n  doap:name "
     << Text(QxUtf16ToUtf8(pl.Effect->Title) + (pl.Channels == 1 ? " (mono)" : " (stereo)"))
-    << " ;\n  lv2:optionalFeature urid:map , opts:options ;\n"
+    << " ;\n  lv2:optionalFeature urid:map , opts:options , log:log ;\n"
     << "  opts:supportedOption bufsz:maxBlockLength ;\n  lv2:extensionData state:interface ;\n";
   if (ui) o << "  ui:ui <" << QxLv2UiUri(*pl.Effect) << "> ;\n";
   o << "  lv2:port";

@@ -139,6 +139,7 @@ QX_LAZY(PangoCairo, void, pango_cairo_show_layout, (cairo_t* a, PangoLayout* b),
 
 QX_LAZY(GObject, void, g_object_unref, (gpointer a), (a))
 
+QX_LAZY(X11, int, XCheckTypedWindowEvent, (Display* a, Window b, int c, XEvent* d), (a, b, c, d))
 QX_LAZY(X11, int, XCloseDisplay, (Display* a), (a))
 QX_LAZY(X11, Cursor, XCreateFontCursor, (Display* a, unsigned int b), (a, b))
 QX_LAZY(X11, GC, XCreateGC, (Display* a, Drawable b, long unsigned int c, XGCValues* d), (a, b, c, d))
@@ -158,6 +159,7 @@ QX_LAZY(X11, int, XGetGeometry,
         (Display* a, Drawable b, Window* c, int* d, int* e, unsigned int* f, unsigned int* g, unsigned int* h,
          unsigned int* i),
         (a, b, c, d, e, f, g, h, i))
+QX_LAZY(X11, int, XGetWindowAttributes, (Display* a, Window b, XWindowAttributes* c), (a, b, c))
 QX_LAZY(X11, Atom, XInternAtom, (Display* a, const char* b, int c), (a, b, c))
 QX_LAZY(X11, int, XLookupString, (XKeyEvent* a, char* b, int c, KeySym* d, XComposeStatus* e), (a, b, c, d, e))
 QX_LAZY(X11, int, XMapRaised, (Display* a, Window b), (a, b))
@@ -172,6 +174,7 @@ QX_LAZY(X11, int, XResizeWindow, (Display* a, Window b, unsigned int c, unsigned
 QX_LAZY(X11, int, XSetInputFocus, (Display* a, Window b, int c, Time d), (a, b, c, d))
 QX_LAZY(X11, int, XSetWMProtocols, (Display* a, Window b, Atom* c, int d), (a, b, c, d))
 QX_LAZY(X11, int, XStoreName, (Display* a, Window b, const char* c), (a, b, c))
+QX_LAZY(X11, int, XSync, (Display* a, int b), (a, b))
 QX_LAZY(X11, int, XTranslateCoordinates, (Display* a, Window b, Window c, int d, int e, int* f, int* g, Window* h),
         (a, b, c, d, e, f, g, h))
 QX_LAZY(X11, int, XUnmapWindow, (Display* a, Window b), (a, b))

@@ -95,9 +95,17 @@ class X11Host : public NativeHost {
     a.background_pixel = 0xF0F0F0;
     int cx = std::max(1, static_cast<int>(w->rect.right - w->rect.left));
     int cy = std::max(1, static_cast<int>(w->rect.bottom - w->rect.top));
-    win_ = XCreateWindow(d, parent ? parent : RootWindow(d, screen), w->rect.left, w->rect.top, cx, cy, 0,
-                         DefaultDepth(d, screen), InputOutput, DefaultVisual(d, screen),
-                         CWEventMask | CWOverrideRedirect | CWBackPixel, &a);
+    visual_ = DefaultVisual(d, screen);
+    depth_ = DefaultDepth(d, screen);
+    // A host's window may have a visual other than the screen's default (GTK picks its own), and
+    // the server refuses a child whose visual differs from the colormap it inherits: take the parent's.
+    XWindowAttributes pa{};
+    if (parent && XGetWindowAttributes(d, parent, &pa)) {
+      visual_ = pa.visual;
+      depth_ = pa.depth;
+    }
+    win_ = XCreateWindow(d, parent ? parent : RootWindow(d, screen), w->rect.left, w->rect.top, cx, cy, 0, depth_,
+                         InputOutput, visual_, CWEventMask | CWOverrideRedirect | CWBackPixel, &a);
     gc_ = XCreateGC(d, win_, 0, nullptr);
     X11Thread& t = XT();
     t.windows[{d, win_}] = top;
@@ -119,7 +127,14 @@ class X11Host : public NativeHost {
     X11Thread& t = XT();
     t.windows.erase({d_, win_});
     XFreeGC(d_, gc_);
-    XDestroyWindow(d_, win_);
+    // A host may destroy its window, and ours with it, before it lets the page go: destroying
+    // ours again would be an error on a connection whose handler the host may not forgive.
+    XEvent e;
+    if (embedded_ && !gone_) {
+      XSync(d_, False);
+      gone_ = XCheckTypedWindowEvent(d_, win_, DestroyNotify, &e);
+    }
+    if (!gone_) XDestroyWindow(d_, win_);
     XFlush(d_);
     DisplayLink& link = t.displays[d_];
     if (--link.hosts == 0) {
@@ -133,11 +148,10 @@ class X11Host : public NativeHost {
 
   void Present(const RECT& r) override {
     Wnd* w = Find(top_);
-    if (!w || !w->surface || IsRectEmpty(&r)) return;
+    if (!w || !w->surface || IsRectEmpty(&r) || gone_) return;
     Surface& s = *w->surface;
     cairo_surface_flush(s.image);
-    int screen = DefaultScreen(d_);
-    XImage* img = XCreateImage(d_, DefaultVisual(d_, screen), DefaultDepth(d_, screen), ZPixmap, 0,
+    XImage* img = XCreateImage(d_, visual_, depth_, ZPixmap, 0,
                                reinterpret_cast<char*>(cairo_image_surface_get_data(s.image)), s.cx, s.cy, 32,
                                cairo_image_surface_get_stride(s.image));
     if (!img) return;
@@ -224,6 +238,9 @@ class X11Host : public NativeHost {
           SetWindowPos(top_, nullptr, 0, 0, e.xconfigure.width, e.xconfigure.height, SWP_NOMOVE | SWP_NOZORDER);
         break;
       }
+      case DestroyNotify:
+        gone_ = gone_ || e.xdestroywindow.window == win_;
+        break;
       case ClientMessage:
         if (static_cast<Atom>(e.xclient.data.l[0]) == XT().displays[d_].deleteWindow) PostMessage(top_, WM_CLOSE, 0, 0);
         break;
@@ -235,7 +252,10 @@ class X11Host : public NativeHost {
   Display* d_;
   Window win_ = 0;
   GC gc_ = nullptr;
+  Visual* visual_ = nullptr;
+  int depth_ = 0;
   bool popup_, embedded_;
+  bool gone_ = false;  // the server destroyed our window with its parent
 };
 
 void PumpDisplay(Display* d) {

@@ -1,5 +1,6 @@
 // qxlv2_ui_host: hosts a plugin's X11 UI inside a window of its own, drives its idle call, clicks
 // at a point of the UI with xdotool, and prints every port write and the size the UI asked for.
+// With "parent-first" it destroys its window before it lets the UI go, as a host may.
 #include <X11/Xlib.h>
 #include <dlfcn.h>
 #include <lv2/ui/ui.h>
@@ -25,8 +26,8 @@ LV2_URID Map(LV2_URID_Map_Handle, const char*) { return 1; }
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 7) {
-    std::fprintf(stderr, "usage: qxlv2_ui_host BUNDLE PLUGIN_URI UI_URI X Y PORT=VALUE\n");
+  if (argc != 7 && argc != 8) {
+    std::fprintf(stderr, "usage: qxlv2_ui_host BUNDLE PLUGIN_URI UI_URI X Y PORT=VALUE [parent-first]\n");
     return 2;
   }
   Display* display = XOpenDisplay(nullptr);
@@ -62,8 +63,10 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
+  const bool parentFirst = argc == 8 && std::strcmp(argv[7], "parent-first") == 0;
+  if (parentFirst) XDestroyWindow(display, window), XSync(display, False);
   d->cleanup(ui);
-  XDestroyWindow(display, window);
+  if (!parentFirst) XDestroyWindow(display, window);
   XCloseDisplay(display);
   return 0;
 }
