@@ -759,11 +759,10 @@ bool QxfxRunFile(const std::string& in, const std::string& out, const std::vecto
       return false;
     }
   } else {
-    if (std::rename(tmp.c_str(), out.c_str()) != 0) {
+    if (!QxfxPutInPlace(tmp, out)) {
       *error = "cannot create " + out;
       return false;
     }
-    QxfxKeepTemp(tmp);
     for (std::string& p : temps.paths)
       if (p == tmp) p.clear();
   }

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -93,6 +94,20 @@ void QxfxRemoveTemp(const std::string& path) {
 void QxfxKeepTemp(const std::string& path) {
   int slot = Slot(path);
   if (slot >= 0) g_used[slot] = false;
+}
+
+bool QxfxPutInPlace(const std::string& temp, const std::string& path) {
+  struct stat st{};
+  if (lstat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) &&
+      renameat2(AT_FDCWD, temp.c_str(), AT_FDCWD, path.c_str(), RENAME_EXCHANGE) == 0) {
+    // The temporary name now holds the old content; it stays registered until it is gone, so an
+    // interrupt here still cleans up.
+    QxfxRemoveTemp(temp);
+    return true;
+  }
+  if (std::rename(temp.c_str(), path.c_str()) != 0) return false;
+  QxfxKeepTemp(temp);
+  return true;
 }
 
 std::string QxfxTempDir() {
