@@ -47,17 +47,13 @@ class CQxEchosPropPage final : public CQxPropPage {
   bool OnCommand(int id, int code, HWND control) override;
   int32_t BypassState() override;
   void ToggleBypass() override;
-  HRESULT OnApplyChanges() override;
+  void CommitEdit(int id) override;
 
  private:
   IQxEchosProp2* P() const { return Prop<IQxEchosProp2>(); }
   void UpdateEnabling();
-  // Reads an edit box and sets its parameter through the setter's clamp.
-  void CommitEdit(int id);
   void SetPosition(int id, int32_t value);
 
-  bool refreshing_ = false;      // texts being written by Refresh, not typed
-  unsigned pendingEdits_ = 0;    // edits typed into since they were last read, one bit each
   int listOpen_[2] = {0, 0};     // 8009, 8012: the drop-down is open
   bool delayMoving_ = false;     // automation moves DelayTime (3014 greyed)
   bool decayMoving_ = false;

@@ -28,6 +28,8 @@
 #pragma once
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -72,6 +74,15 @@ void QxPageScrollBracket(const QxPageBinding& binding, int code, int32_t value);
 // The strip's title: every "LUMEA " cut out of `name`.
 std::u16string QxPageStripTitle(const WCHAR* name);
 
+// A page's CreateInstance: the page made over `outer`, or null with E_OUTOFMEMORY.
+template <class Page>
+CUnknown* QxCreatePage(LPUNKNOWN outer, HRESULT* hr) {
+  auto* page = new (std::nothrow) Page(outer);
+  if (hr) *hr = page ? S_OK : E_OUTOFMEMORY;
+  return page;
+}
+
+
 class CQxPropPage : public CBasePropertyPage {
  public:
   CQxPropPage(const char* name, LPUNKNOWN outer, const QxPageLayout& layout);
@@ -103,10 +114,42 @@ class CQxPropPage : public CBasePropertyPage {
   I* Prop() const {
     return static_cast<I*>(static_cast<IUnknown*>(control_));
   }
+  // A parameter through its getter; 0 when the getter leaves it alone.
+  template <class I>
+  int32_t Read(HRESULT (I::*get)(int32_t*)) const {
+    int32_t v = 0;
+    (Prop<I>()->*get)(&v);
+    return v;
+  }
   IStaticFilterPreset* Presets() const { return presets_; }
   IUnknown* Object() const { return object_; }
   HWND Item(int id) const { return GetDlgItem(m_hwnd, id); }
   void Enable(int id, bool on) const;
+  void Enable(std::initializer_list<int> ids, bool on) const;
+  // A value control's range and the mark a double click returns to.
+  void SetRange(int id, int lo, int hi, int mark) const;
+  // Binds a control to a parameter's setter and its Begin/End bracket, line step 1; answers the
+  // binding for a page to adjust before the next one is added.
+  template <class I>
+  QxPageBinding& Bind(int id, int pageStep, HRESULT (I::*set)(int32_t), HRESULT (I::*begin)(),
+                      HRESULT (I::*end)()) {
+    QxPageBinding b;
+    b.control = id;
+    b.pageStep = pageStep;
+    b.set = [this, set](int32_t v) { (Prop<I>()->*set)(v); };
+    b.begin = [this, begin] { (Prop<I>()->*begin)(); };
+    b.end = [this, end] { (Prop<I>()->*end)(); };
+    bindings_.push_back(std::move(b));
+    return bindings_.back();
+  }
+  // Typed edit boxes, read when focus leaves them and at Apply. Typing marks a box pending and
+  // the page dirty, unless the page itself is writing it (refreshing_ set around Refresh's texts);
+  // CommitEdit reads one box into its parameter.
+  void TrackEdits(std::initializer_list<int> ids) { edits_.assign(ids); }
+  // EN_CHANGE and EN_KILLFOCUS of a tracked box; every other code is left alone.
+  void EditCommand(int id, int code);
+  virtual void CommitEdit(int id) {}
+  HRESULT OnApplyChanges() override;
   // The strip: reset, bitmaps, bypass button, About and "?", and the title.
   void SetupLogo();
   void ShowBypass();
@@ -121,6 +164,7 @@ class CQxPropPage : public CBasePropertyPage {
 
   QxPageLayout layout_;
   std::vector<QxPageBinding> bindings_;
+  bool refreshing_ = false;  // texts being written by Refresh, not typed
 
  private:
   void FreeBitmaps();
@@ -128,6 +172,8 @@ class CQxPropPage : public CBasePropertyPage {
   IStaticFilterPreset* presets_ = nullptr;
   IUnknown* object_ = nullptr;
   HANDLE bitmaps_[3] = {};
+  std::vector<int> edits_;  // the tracked edit boxes, in the order Apply reads them
+  unsigned pending_ = 0;    // the boxes typed into since they were last read, one bit each
 };
 
 // The instance the pages' templates, bitmaps and About box are registered under; registers them

@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <new>
 
 #include "aplugins/qxppack1/pages/page_controls.h"
 #include "aplugins/qxppack1/pages/string_ids.h"
@@ -236,9 +235,7 @@ constexpr QxPageLayout kLayout{QX_PITCHS_DIALOG, IDS_PITCHS_TITLE, IDS_PITCHS_NA
 }  // namespace
 
 CUnknown* CQxPitchsPropPage::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
-  auto* page = new (std::nothrow) CQxPitchsPropPage(outer);
-  if (hr) *hr = page ? S_OK : E_OUTOFMEMORY;
-  return page;
+  return QxCreatePage<CQxPitchsPropPage>(outer, hr);
 }
 
 CQxPitchsPropPage::CQxPitchsPropPage(LPUNKNOWN outer) : CQxPropPage("Pitch Shift page", outer, kLayout) {

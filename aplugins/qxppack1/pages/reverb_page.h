@@ -60,7 +60,6 @@ class CQxReverbPropPage final : public CQxPropPage {
  private:
   IQxReverbProp2* P() const { return Prop<IQxReverbProp2>(); }
   void SetPosition(int id, int32_t value);
-  void SelectByData(int list, int32_t value);
   // Reads a frequency edit box (at most 15 characters) and sets it through the setter's clamp.
   void CommitFrequency(int id);
 

@@ -3,7 +3,6 @@
 #include "aplugins/qxppack1/pages/time_page.h"
 
 #include <cmath>
-#include <new>
 
 #include "aplugins/qxppack1/pages/page_controls.h"
 #include "aplugins/qxppack1/pages/string_ids.h"
@@ -185,9 +184,7 @@ constexpr QxPageLayout kLayout{QX_TIME_DIALOG, IDS_TIME_TITLE, IDS_TIME_NAME, &I
 }  // namespace
 
 CUnknown* CQxTimePropPage::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
-  auto* page = new (std::nothrow) CQxTimePropPage(outer);
-  if (hr) *hr = page ? S_OK : E_OUTOFMEMORY;
-  return page;
+  return QxCreatePage<CQxTimePropPage>(outer, hr);
 }
 
 CQxTimePropPage::CQxTimePropPage(LPUNKNOWN outer) : CQxPropPage("Time Stretch page", outer, kLayout) {
