@@ -176,28 +176,22 @@ TEST_F(PitchPage, CommandsReachTheEffect) {
 }
 
 // The page as a host gets it: named by the filter, made by the class table, in a property frame.
-class PitchFromTable : public PageTest {};
+class PitchFromTable : public EffectPageTest<IQxPitchsProp> {};
 
 TEST_F(PitchFromTable, OpensForTheFilterAndSetsWhatIsTyped) {
-  Open(CLSID_QxPitchs);
-  IQxPitchsProp* prop = nullptr;
-  ASSERT_EQ(object_->QueryInterface(IID_IQxPitchsProp, reinterpret_cast<void**>(&prop)), S_OK);
+  Open(CLSID_QxPitchs, IID_IQxPitchsProp);
   EXPECT_EQ(Text(IDC_PITCHS_FINAL_LABEL), u"Need input pin");
   SendMessage(Item(IDC_PITCHS_SEMITONES_EDIT), EM_SETSEL, 0, -1);
   SendMessage(Item(IDC_PITCHS_SEMITONES_EDIT), EM_REPLACESEL, 1, reinterpret_cast<LPARAM>(u"-7"));
-  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_PITCHS_SEMITONES_EDIT, EN_KILLFOCUS), 0);
-  int32_t semitones = 0;
+  Command(IDC_PITCHS_SEMITONES_EDIT, EN_KILLFOCUS);
   double ratio = 0;
-  prop->GetSemitones(&semitones);
-  prop->GetRatio(&ratio);
-  EXPECT_EQ(semitones, -7);
+  prop_->GetRatio(&ratio);
+  EXPECT_EQ(Get(&IQxPitchsProp::GetSemitones), -7);
   EXPECT_EQ(ratio, QxPitchsRatio(-7, 0));
   EXPECT_EQ(Text(IDC_PITCHS_MUSICAL), u"Down 5th  ");
   EXPECT_EQ(Position(IDC_PITCHS_SEMITONES), -7);
-  SendMessage(dlg_, WM_HSCROLL, QX_SCROLL_PAGEDOWN, reinterpret_cast<LPARAM>(Item(IDC_PITCHS_SEMITONES)));
-  prop->GetSemitones(&semitones);
-  EXPECT_EQ(semitones, 3);  // a page is 10 semitones while the duration is free
+  Scroll(WM_HSCROLL, IDC_PITCHS_SEMITONES, QX_SCROLL_PAGEDOWN);
+  EXPECT_EQ(Get(&IQxPitchsProp::GetSemitones), 3);  // a page is 10 semitones while the duration is free
   EXPECT_EQ(Text(IDC_PITCHS_SEMITONES_EDIT), u"3");
-  prop->Release();
 }
 }  // namespace

@@ -134,22 +134,17 @@ TEST_F(TimePage, TypedValuesBecomeTheFinalLength) {
 }
 
 // The page as a host gets it: named by the filter, made by the class table, in a property frame.
-class TimeFromTable : public PageTest {};
+class TimeFromTable : public EffectPageTest<IQxTimeProp> {};
 
 TEST_F(TimeFromTable, OpensForTheFilterAndFollowsTheInputForm) {
-  Open(CLSID_QxTime);
-  IQxTimeProp* prop = nullptr;
-  ASSERT_EQ(object_->QueryInterface(IID_IQxTimeProp, reinterpret_cast<void**>(&prop)), S_OK);
+  Open(CLSID_QxTime, IID_IQxTimeProp);
   EXPECT_EQ(Text(IDC_TIME_FINAL), u"100.00");
   SendMessage(Item(IDC_TIME_FORMAT), CB_SETCURSEL, QX_TIME_CLOCK, 0);
-  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_TIME_FORMAT, CBN_SELCHANGE), 0);
-  int32_t format = 0;
-  prop->GetInputFormat(&format);
-  EXPECT_EQ(format, QX_TIME_CLOCK);
+  Command(IDC_TIME_FORMAT, CBN_SELCHANGE);
+  EXPECT_EQ(Get(&IQxTimeProp::GetInputFormat), QX_TIME_CLOCK);
   EXPECT_EQ(Text(IDC_TIME_FINAL_LABEL), u"Need input pin");
-  SendMessage(dlg_, WM_HSCROLL, QX_SCROLL_PAGEDOWN, reinterpret_cast<LPARAM>(Item(IDC_TIME_FINAL_TRACK)));
+  Scroll(WM_HSCROLL, IDC_TIME_FINAL_TRACK, QX_SCROLL_PAGEDOWN);
   EXPECT_EQ(Text(IDC_TIME_PERCENT), u"101.00 %");
   EXPECT_EQ(Position(IDC_TIME_FINAL_TRACK), 100);  // the range's top, 40000, is beyond 16 bits
-  prop->Release();
 }
 }  // namespace
