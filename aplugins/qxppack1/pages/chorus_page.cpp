@@ -113,7 +113,7 @@ CUnknown* CQxChorusPropPage::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
   return QxCreatePage<CQxChorusPropPage>(outer, hr);
 }
 
-CQxChorusPropPage::CQxChorusPropPage(LPUNKNOWN outer) : CQxPropPage("Chorus page", outer, kLayout) {
+CQxChorusPropPage::CQxChorusPropPage(LPUNKNOWN outer) : CQxBypassPropPage("Chorus page", outer, kLayout) {
   QxUi_AddDialogTemplate(QxPages_Instance(), IDD_CHORUS_PAGE, QxChorusPage_Template());
   for (const Row& r : kRows) {
     QxPageBinding& b = Bind(r.control, r.pageStep, r.param.set, r.param.begin, r.param.end);
@@ -127,10 +127,6 @@ CQxChorusPropPage::CQxChorusPropPage(LPUNKNOWN outer) : CQxPropPage("Chorus page
 }
 
 HRESULT CQxChorusPropPage::RegisterNotify(HWND window, uint16_t id) { return P()->RegisterWindow(window, id); }
-
-int32_t CQxChorusPropPage::BypassState() { return Read(&I::GetBypass); }
-
-void CQxChorusPropPage::ToggleBypass() { P()->SetBypass(BypassState() ? 0 : 1); }
 
 // The spinner brackets a gesture by its own codes: 9 only begins, 8 only ends, the rest step.
 void CQxChorusPropPage::SpinMultiplier(int code, HWND control, UINT msg, WPARAM wParam) {
@@ -168,12 +164,12 @@ void CQxChorusPropPage::Refresh(int id, bool force) {
     const int32_t v = Read(r.param.get);
     // A control just scrolled already stands where it was left.
     if (move || id == r.text)
-      SendMessage(Item(r.control), QXCM_SETVALUE, 1, r.control == IDC_CHORUS_RATE ? QxChorusRatePosition(v) : v);
+      SetPosition(r.control, r.control == IDC_CHORUS_RATE ? QxChorusRatePosition(v) : v);
     QxSetDlgItemTextNoFlash(m_hwnd, r.text, u"%s", Text(r.shown, v));
   }
   if (all || id == IDC_CHORUS_MULT || id == IDC_CHORUS_MULT_EDIT) {
     const int32_t v = Read(kMultiplier.get);
-    if (move || id == IDC_CHORUS_MULT_EDIT) SendMessage(Item(IDC_CHORUS_MULT), QXCM_SETVALUE, 1, v);
+    if (move || id == IDC_CHORUS_MULT_EDIT) SetPosition(IDC_CHORUS_MULT, v);
     WCHAR text[QX_NUMBER_TEXT_CHARS];
     QxDoubleToText(text, v / 1000.0, 3, TRUE);
     QxSetDlgItemTextNoFlash(m_hwnd, IDC_CHORUS_MULT_EDIT, u"%s", text);

@@ -47,7 +47,7 @@ const WCHAR* QxChorusRateText(int32_t modRate);
 // The dialog template, 272 by 224 dialog units.
 const QxDialogTemplate* QxChorusPage_Template();
 
-class CQxChorusPropPage final : public CQxPropPage {
+class CQxChorusPropPage final : public CQxBypassPropPage<IQxChorusProp2> {
  public:
   static CUnknown* CreateInstance(LPUNKNOWN outer, HRESULT* hr);
   explicit CQxChorusPropPage(LPUNKNOWN outer);
@@ -58,12 +58,9 @@ class CQxChorusPropPage final : public CQxPropPage {
   void Refresh(int id, bool force) override;
   void OnFollow() override;
   bool OnCommand(int id, int code, HWND control) override;
-  int32_t BypassState() override;
-  void ToggleBypass() override;
   void CommitEdit(int id) override;
 
  private:
-  IQxChorusProp2* P() const { return Prop<IQxChorusProp2>(); }
   void UpdateEnabling();
   void SpinMultiplier(int code, HWND control, UINT msg, WPARAM wParam);
 

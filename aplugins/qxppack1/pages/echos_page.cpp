@@ -61,7 +61,7 @@ CUnknown* CQxEchosPropPage::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
   return QxCreatePage<CQxEchosPropPage>(outer, hr);
 }
 
-CQxEchosPropPage::CQxEchosPropPage(LPUNKNOWN outer) : CQxPropPage("Simple Delay page", outer, kLayout) {
+CQxEchosPropPage::CQxEchosPropPage(LPUNKNOWN outer) : CQxBypassPropPage("Simple Delay page", outer, kLayout) {
   QxUi_AddDialogTemplate(QxPages_Instance(), IDD_ECHOS_PAGE, QxEchosPage_Template());
   using I = IQxEchosProp2;
   Bind(IDC_ECHOS_DRY, 10, &I::SetDryOut, &I::BeginDryOut, &I::EndDryOut);
@@ -75,18 +75,12 @@ CQxEchosPropPage::CQxEchosPropPage(LPUNKNOWN outer) : CQxPropPage("Simple Delay 
 
 HRESULT CQxEchosPropPage::RegisterNotify(HWND window, uint16_t id) { return P()->RegisterWindow(window, id); }
 
-int32_t CQxEchosPropPage::BypassState() { return Read(&IQxEchosProp2::GetBypass); }
-
-void CQxEchosPropPage::ToggleBypass() { P()->SetBypass(BypassState() ? 0 : 1); }
-
 void CQxEchosPropPage::InitControls() {
   for (const Range& r : kRanges) SetRange(r.id, r.lo, r.hi, r.mark);
   FillNotes(Item(IDC_ECHOS_DELAY_NOTE), IDS_ECHOS_DELAY_NOTES);
   FillNotes(Item(IDC_ECHOS_DECAY_NOTE), IDS_ECHOS_DECAY_NOTES);
   for (const EditRule& e : kEdits) SendMessage(Item(e.id), EM_LIMITTEXT, 15, 0);
 }
-
-void CQxEchosPropPage::SetPosition(int id, int32_t value) { SendMessage(Item(id), QXCM_SETVALUE, 1, value); }
 
 void CQxEchosPropPage::Refresh(int id, bool force) {
   if (!P() || !m_hwnd) return;

@@ -184,6 +184,8 @@ void CQxPropPage::SetRange(int id, int lo, int hi, int mark) const {
   SendMessage(w, QXCM_SETDEFAULT, 0, mark);
 }
 
+void CQxPropPage::SetPosition(int id, int32_t value) const { SendMessage(Item(id), QXCM_SETVALUE, 1, value); }
+
 void CQxPropPage::EditCommand(int id, int code) {
   for (size_t i = 0; i < edits_.size(); ++i) {
     if (edits_[i] != id) continue;

@@ -126,8 +126,9 @@ class CQxPropPage : public CBasePropertyPage {
   HWND Item(int id) const { return GetDlgItem(m_hwnd, id); }
   void Enable(int id, bool on) const;
   void Enable(std::initializer_list<int> ids, bool on) const;
-  // A value control's range and the mark a double click returns to.
+  // A value control's range and the mark a double click returns to, and its position.
   void SetRange(int id, int lo, int hi, int mark) const;
+  void SetPosition(int id, int32_t value) const;
   // Binds a control to a parameter's setter and its Begin/End bracket, line step 1; answers the
   // binding for a page to adjust before the next one is added.
   template <class I>
@@ -174,6 +175,17 @@ class CQxPropPage : public CBasePropertyPage {
   HANDLE bitmaps_[3] = {};
   std::vector<int> edits_;  // the tracked edit boxes, in the order Apply reads them
   unsigned pending_ = 0;    // the boxes typed into since they were last read, one bit each
+};
+
+// A page over control interface I whose effect has a bypass switch (GetBypass / SetBypass): the
+// strip's button shows and toggles it.
+template <class I>
+class CQxBypassPropPage : public CQxPropPage {
+ protected:
+  using CQxPropPage::CQxPropPage;
+  I* P() const { return Prop<I>(); }
+  int32_t BypassState() override { return Read(&I::GetBypass); }
+  void ToggleBypass() override { P()->SetBypass(BypassState() ? 0 : 1); }
 };
 
 // The instance the pages' templates, bitmaps and About box are registered under; registers them

@@ -52,7 +52,7 @@ CUnknown* CQxReverbPropPage::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
   return QxCreatePage<CQxReverbPropPage>(outer, hr);
 }
 
-CQxReverbPropPage::CQxReverbPropPage(LPUNKNOWN outer) : CQxPropPage("Reverb page", outer, kLayout) {
+CQxReverbPropPage::CQxReverbPropPage(LPUNKNOWN outer) : CQxBypassPropPage("Reverb page", outer, kLayout) {
   QxUi_AddDialogTemplate(QxPages_Instance(), IDD_REVERB_PAGE, QxReverbPage_Template());
   using I = IQxReverbProp2;
   Bind(IDC_REVERB_DRY, 10, &I::SetDryOut, &I::BeginDryOutEdit, &I::EndDryOutEdit);
@@ -65,10 +65,6 @@ CQxReverbPropPage::CQxReverbPropPage(LPUNKNOWN outer) : CQxPropPage("Reverb page
 }
 
 HRESULT CQxReverbPropPage::RegisterNotify(HWND window, uint16_t id) { return P()->RegisterNotifyWindow(window, id); }
-
-int32_t CQxReverbPropPage::BypassState() { return Read(&IQxReverbProp2::GetBypass); }
-
-void CQxReverbPropPage::ToggleBypass() { P()->SetBypass(BypassState() ? 0 : 1); }
 
 void CQxReverbPropPage::InitControls() {
   for (const Range& r : kRanges) SetRange(r.id, r.lo, r.hi, r.mark);
@@ -85,8 +81,6 @@ void CQxReverbPropPage::InitControls() {
   QxPage_FillList(m_hwnd, IDC_REVERB_STYLE, g_ReflectionStyleNames, QX_REFLECTION_STYLE_COUNT);
   for (int id : {IDC_REVERB_BASS_EDIT, IDC_REVERB_HIGH_EDIT}) SendMessage(Item(id), EM_LIMITTEXT, 15, 0);
 }
-
-void CQxReverbPropPage::SetPosition(int id, int32_t value) { SendMessage(Item(id), QXCM_SETVALUE, 1, value); }
 
 void CQxReverbPropPage::Refresh(int id, bool force) {
   IQxReverbProp2* p = P();
