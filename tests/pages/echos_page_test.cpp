@@ -137,6 +137,18 @@ TEST_F(EchosPage, TypedValuesComeBackClampedAndRounded) {
   EXPECT_EQ(Get(&I::GetDelayTime), 1);  // "abc" reads 0, and the setter raised it
 }
 
+// Apply reads a box typed into and not yet left, and no box the page itself wrote.
+TEST_F(EchosPage, ApplyReadsOnlyTheBoxesTypedInto) {
+  prop_->SetDecayTime(50);
+  Notify();
+  SetWindowTextW(Item(IDC_ECHOS_DELAY_EDIT), u"2");
+  Command(IDC_ECHOS_DELAY_EDIT, EN_CHANGE);
+  prop_->SetDecayTime(70);  // behind the page's back: its box still shows 5.0
+  frame_->Apply();
+  EXPECT_EQ(Get(&I::GetDelayTime), 2000);
+  EXPECT_EQ(Get(&I::GetDecayTime), 70);
+}
+
 TEST_F(EchosPage, TheTimerFollowsAnEnvelopeAndLocksTheTimeBox) {
   Stream({{0, {0, 10'000'000, 100.0f, 4100.0f, MP_CURVE_LINEAR, 0}}});  // Delay Time over the first second
   EXPECT_FALSE(Enabled(IDC_ECHOS_DELAY_EDIT));

@@ -93,6 +93,19 @@ class PageTest : public ::testing::Test {
   }
   bool Enabled(int id) const { return IsWindowEnabled(Item(id)) != 0; }
   int Position(int id) const { return static_cast<int>(SendMessage(Item(id), QXCM_GETVALUE, 0, 0)); }
+  void Command(int id, int code) {
+    SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(id, code), reinterpret_cast<LPARAM>(Item(id)));
+  }
+  // Types into an edit box and leaves it, as a user does.
+  void Type(int id, const WCHAR* text) {
+    SetWindowTextW(Item(id), text);
+    Command(id, EN_KILLFOCUS);
+  }
+  void Scroll(UINT msg, int id, int code) {
+    SendMessage(dlg_, msg, MAKEWPARAM(code, 0), reinterpret_cast<LPARAM>(Item(id)));
+  }
+  // Tells the page the record changed, as the effect does after a preset or a load.
+  void Notify() { SendMessage(dlg_, WM_COMMAND, QX_PAGE_NOTIFY_ID, 0); }
 
   IUnknown* object_ = nullptr;
   IPropertyPage* page_ = nullptr;
@@ -121,19 +134,6 @@ class EffectPageTest : public PageTest {
     (prop_->*get)(&v);
     return v;
   }
-  void Command(int id, int code) {
-    SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(id, code), reinterpret_cast<LPARAM>(Item(id)));
-  }
-  // Types into an edit box and leaves it, as a user does.
-  void Type(int id, const WCHAR* text) {
-    SetWindowTextW(Item(id), text);
-    Command(id, EN_KILLFOCUS);
-  }
-  void Scroll(UINT msg, int id, int code) {
-    SendMessage(dlg_, msg, MAKEWPARAM(code, 0), reinterpret_cast<LPARAM>(Item(id)));
-  }
-  // Tells the page the record changed, as the effect does after a preset or a load.
-  void Notify() { SendMessage(dlg_, WM_COMMAND, QX_PAGE_NOTIFY_ID, 0); }
   // A host's tempo map, 120 beats a minute.
   void ConnectTempo() {
     std::vector<QxfxTempoChange> changes;
