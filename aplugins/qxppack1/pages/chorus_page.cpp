@@ -246,19 +246,7 @@ bool CQxChorusPropPage::OnCommand(int id, int code, HWND) {
   }
   switch (id) {
     case IDC_CHORUS_NOTE:
-      if (code == CBN_SELCHANGE) {
-        const auto sel = static_cast<int32_t>(SendDlgItemMessage(m_hwnd, id, CB_GETCURSEL, 0, 0));
-        if (sel >= 0) p->SetModPeriodNote(sel);
-      } else if (code == CBN_DROPDOWN) {
-        listOpen_ = true;
-        p->BeginModPeriodNote();
-      } else if (code == CBN_CLOSEUP) {
-        listOpen_ = false;
-        p->EndModPeriodNote();
-      } else {
-        return false;
-      }
-      return true;
+      return ListCommand(id, code, listOpen_, kNote.set, kNote.begin, kNote.end);
     case IDC_CHORUS_RATE_EDIT:
     case IDC_CHORUS_MULT_EDIT:
     case IDC_CHORUS_DELAY_EDIT:

@@ -208,6 +208,7 @@ void CQxEchosPropPage::CommitEdit(int id) {
 
 bool CQxEchosPropPage::OnCommand(int id, int code, HWND) {
   IQxEchosProp2* p = P();
+  using I = IQxEchosProp2;
   const bool checked = IsDlgButtonChecked(m_hwnd, id) == BST_CHECKED;
   switch (id) {
     case IDC_ECHOS_SYNC_DELAY:
@@ -220,22 +221,9 @@ bool CQxEchosPropPage::OnCommand(int id, int code, HWND) {
       UpdateEnabling();
       return true;
     case IDC_ECHOS_DELAY_NOTE:
-    case IDC_ECHOS_DECAY_NOTE: {
-      const int which = id == IDC_ECHOS_DELAY_NOTE ? 0 : 1;
-      if (code == CBN_SELCHANGE) {
-        const auto sel = static_cast<int32_t>(SendDlgItemMessage(m_hwnd, id, CB_GETCURSEL, 0, 0));
-        if (sel >= 0) which ? p->SetDecayNote(sel) : p->SetDelayNote(sel);
-      } else if (code == CBN_DROPDOWN) {
-        listOpen_[which] = 1;
-        which ? p->BeginDecayNote() : p->BeginDelayNote();
-      } else if (code == CBN_CLOSEUP) {
-        listOpen_[which] = 0;
-        which ? p->EndDecayNote() : p->EndDelayNote();
-      } else {
-        return false;
-      }
-      return true;
-    }
+      return ListCommand(id, code, listOpen_[0], &I::SetDelayNote, &I::BeginDelayNote, &I::EndDelayNote);
+    case IDC_ECHOS_DECAY_NOTE:
+      return ListCommand(id, code, listOpen_[1], &I::SetDecayNote, &I::BeginDecayNote, &I::EndDecayNote);
     case IDC_ECHOS_DELAY_EDIT:
     case IDC_ECHOS_DECAY_EDIT:
     case IDC_ECHOS_DELAY_MULT_EDIT:

@@ -50,7 +50,7 @@ class CQxEchosPropPage final : public CQxBypassPropPage<IQxEchosProp2> {
  private:
   void UpdateEnabling();
 
-  int listOpen_[2] = {0, 0};     // 8009, 8012: the drop-down is open
+  bool listOpen_[2] = {};        // 8009, 8012: the drop-down is open
   bool delayMoving_ = false;     // automation moves DelayTime (3014 greyed)
   bool decayMoving_ = false;
 };

@@ -143,6 +143,26 @@ class CQxPropPage : public CBasePropertyPage {
     bindings_.push_back(std::move(b));
     return bindings_.back();
   }
+  // A drop list's notification: a pick sets the parameter to the row, opening and closing the list
+  // bracket the gesture and set `open` (automation leaves an open list alone); false for others.
+  template <class I>
+  bool ListCommand(int id, int code, bool& open, HRESULT (I::*set)(int32_t), HRESULT (I::*begin)(),
+                   HRESULT (I::*end)()) {
+    I* p = Prop<I>();
+    if (code == CBN_SELCHANGE) {
+      const auto row = static_cast<int32_t>(SendDlgItemMessage(m_hwnd, id, CB_GETCURSEL, 0, 0));
+      if (row >= 0) (p->*set)(row);
+    } else if (code == CBN_DROPDOWN) {
+      open = true;
+      (p->*begin)();
+    } else if (code == CBN_CLOSEUP) {
+      open = false;
+      (p->*end)();
+    } else {
+      return false;
+    }
+    return true;
+  }
   // Typed edit boxes, read when focus leaves them and at Apply. Typing marks a box pending and
   // the page dirty, unless the page itself is writing it (refreshing_ set around Refresh's texts);
   // CommitEdit reads one box into its parameter.
