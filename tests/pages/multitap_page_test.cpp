@@ -140,7 +140,8 @@ TEST_F(MultiTapPage, ReducingTheTapCountBelowTheCurrentTapMovesTheSelectionToThe
   EXPECT_EQ(IsDlgButtonChecked(dlg, IDC_MT_TAP1 + 6), BST_CHECKED);
   prop->SetTapDelay3(321);
   SendMessage(Item(IDC_MT_TAP_COUNT), QXCM_SETVALUE, 1, 3);  // dragged down to 3
-  SendMessage(dlg, WM_HSCROLL, MAKEWPARAM(QX_SCROLL_DRAGGING, 3), reinterpret_cast<LPARAM>(Item(IDC_MT_TAP_COUNT)));
+  SendMessage(dlg, WM_HSCROLL, MAKEWPARAM(QX_SCROLL_DRAGGING, 3),
+              reinterpret_cast<LPARAM>(Item(IDC_MT_TAP_COUNT)));
   int32_t tap = -1;
   prop->GetCurrentTap(&tap);
   EXPECT_EQ(tap, 2);

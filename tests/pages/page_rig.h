@@ -57,8 +57,42 @@ I* MakeFromTable(REFCLSID clsid, REFIID iid) {
   return nullptr;
 }
 
+// A page's dialog, what it shows and what a user does to it.
+class PageDialogTest : public ::testing::Test {
+ protected:
+  HWND Item(int id) const { return GetDlgItem(dlg_, id); }
+  std::u16string Text(int id) const {
+    WCHAR t[256] = {};
+    GetWindowTextW(Item(id), t, 256);
+    return t;
+  }
+  bool Enabled(int id) const { return IsWindowEnabled(Item(id)) != 0; }
+  int Position(int id) const { return static_cast<int>(SendMessage(Item(id), QXCM_GETVALUE, 0, 0)); }
+  void Command(int id, int code) {
+    SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(id, code), reinterpret_cast<LPARAM>(Item(id)));
+  }
+  // Types over an edit box's text, as a keyboard does (the box knows it was changed), and leaves it.
+  void Type(int id, const WCHAR* text) {
+    SendMessage(Item(id), EM_SETSEL, 0, -1);
+    SendMessage(Item(id), EM_REPLACESEL, 1, reinterpret_cast<LPARAM>(text));
+    Command(id, EN_KILLFOCUS);
+  }
+  // Picks row `index` of a drop list.
+  void Pick(int id, int index) {
+    SendMessage(Item(id), CB_SETCURSEL, static_cast<WPARAM>(index), 0);
+    Command(id, CBN_SELCHANGE);
+  }
+  void Scroll(UINT msg, int id, int code) {
+    SendMessage(dlg_, msg, MAKEWPARAM(code, 0), reinterpret_cast<LPARAM>(Item(id)));
+  }
+  // Tells the page the record changed, as the effect does after a preset or a load.
+  void Notify() { SendMessage(dlg_, WM_COMMAND, QX_PAGE_NOTIFY_ID, 0); }
+
+  HWND dlg_ = nullptr;
+};
+
 // The filter `filter`, the page its ISpecifyPropertyPages names, and the page open in a frame.
-class PageTest : public ::testing::Test {
+class PageTest : public PageDialogTest {
  protected:
   void Open(REFCLSID filter) {
     PagesSetUpOnce();
@@ -85,32 +119,10 @@ class PageTest : public ::testing::Test {
     if (page_) page_->Release();
     if (object_) object_->Release();
   }
-  HWND Item(int id) const { return GetDlgItem(dlg_, id); }
-  std::u16string Text(int id) const {
-    WCHAR t[256] = {};
-    GetWindowTextW(Item(id), t, 256);
-    return t;
-  }
-  bool Enabled(int id) const { return IsWindowEnabled(Item(id)) != 0; }
-  int Position(int id) const { return static_cast<int>(SendMessage(Item(id), QXCM_GETVALUE, 0, 0)); }
-  void Command(int id, int code) {
-    SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(id, code), reinterpret_cast<LPARAM>(Item(id)));
-  }
-  // Types into an edit box and leaves it, as a user does.
-  void Type(int id, const WCHAR* text) {
-    SetWindowTextW(Item(id), text);
-    Command(id, EN_KILLFOCUS);
-  }
-  void Scroll(UINT msg, int id, int code) {
-    SendMessage(dlg_, msg, MAKEWPARAM(code, 0), reinterpret_cast<LPARAM>(Item(id)));
-  }
-  // Tells the page the record changed, as the effect does after a preset or a load.
-  void Notify() { SendMessage(dlg_, WM_COMMAND, QX_PAGE_NOTIFY_ID, 0); }
 
   IUnknown* object_ = nullptr;
   IPropertyPage* page_ = nullptr;
   CQxPropertyFrame* frame_ = nullptr;
-  HWND dlg_ = nullptr;
 };
 
 // PageTest over the effect's control interface `I`, with what users and hosts do to the page.

@@ -81,8 +81,7 @@ TEST_F(ReverbPage, ADraggedSliderIsNotFoughtButAutomationMovesIt) {
 TEST_F(ReverbPage, ListsHoldEveryNameAndSelectByItemData) {
   EXPECT_EQ(SendMessage(Item(IDC_REVERB_MODE), CB_GETCOUNT, 0, 0), 19);
   EXPECT_EQ(SendMessage(Item(IDC_REVERB_STYLE), CB_GETCOUNT, 0, 0), 10);
-  SendMessage(Item(IDC_REVERB_MODE), CB_SETCURSEL, 16, 0);
-  Command(IDC_REVERB_MODE, CBN_SELCHANGE);
+  Pick(IDC_REVERB_MODE, 16);
   EXPECT_EQ(Get(&I::GetReverbMode), 16);
   prop_->SetReflectionStyle(7);
   Notify();
