@@ -3,14 +3,14 @@
 // scroll bracket around the value controls.
 //
 // How a page uses it (the Simple Delay page, echos_page.cpp, is the worked example):
-//  1. Derive from CQxPropPage and pass a QxPageLayout: dialog number n001, title string n000, the
-//     catalogue number of the effect's name (the strip's title), the control interface's IID and
-//     whether the page follows automation with the 50 ms timer.
+//  1. Derive from CQxPropPage (or CQxBypassPropPage<I>) and pass a QxPageLayout: dialog number
+//     n001, title string n000, the catalogue number of the effect's name (the strip's title), the
+//     control interface's IID and whether the page follows automation with the 50 ms timer.
 //  2. In the page's constructor register its dialog template (a QxDialogTemplate table in
 //     <effect>_dialog.cpp) with QxUi_AddDialogTemplate(QxPages_Instance(), n001, &template); give the
-//     page a static CreateInstance and put it in its class table row (module/class_table.cpp). Add
-//     the page's files to qx_pages in pages/CMakeLists.txt and its tests as tests/pages/*_test.cpp
-//     (page_rig.h opens a filter's page in a headless frame).
+//     page a static CreateInstance (QxCreatePage<Page>) and put it in its class table row
+//     (module/class_table.cpp). Add the page's files to qx_pages in pages/CMakeLists.txt and its
+//     tests as tests/pages/*_test.cpp (page_rig.h opens a filter's page in a headless frame).
 //  3. Override RegisterNotify (the interface's RegisterWindow / RegisterNotifyWindow), Refresh(id,
 //     force) (id 0 means all; 32700 arrives as 0), and as needed InitControls (ranges, marks, lists,
 //     run once at WM_INITDIALOG before the first Refresh), OnFollow (each timer tick), OnCommand
@@ -19,6 +19,9 @@
 //     handles WM_HSCROLL / WM_VSCROLL itself: the control's ..._DefScrollProc gives the new value,
 //     Begin runs for codes 0, 1, 2, 3, 6, 7 and 9, Set always, End on 8, then Refresh(control).
 //     A binding may leave begin and end empty, or set `custom` to take the scroll itself.
+//     Bind(control, pageStep, &I::SetX, &I::BeginX, &I::EndX) makes the usual one. An effect with
+//     a bypass switch derives from CQxBypassPropPage<I> instead, which shows and toggles it; typed
+//     edit boxes go through TrackEdits / EditCommand / CommitEdit, note lists through ListCommand.
 //  5. Reach the interface with Prop<IQxSomethingProp>(); it is null while disconnected, and every
 //     handler must then do nothing.
 // The base handles: 40500..40999 (preset rows 1 upward, then refresh all), 41000 (help at the
