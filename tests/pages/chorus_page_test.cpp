@@ -1,44 +1,17 @@
 // The Chorus page through its controls: the two-region rate, the tempo-sync display, the edits'
 // factors, the spinner's own codes and the follow step under automation.
 #include <string>
-#include <vector>
 
 #include "aplugins/qxppack1/delay/chorus_prop.h"
-#include "aplugins/qxppack1/frame/effect_interfaces.h"
-#include "aplugins/qxppack1/frame/mfx_interfaces.h"
 #include "aplugins/qxppack1/module/module_api.h"
 #include "aplugins/qxppack1/pages/chorus_page.h"
 #include "kernel/services/qx_valuetext.h"
-#include "platform/com/media_params.h"
 #include "tests/pages/page_rig.h"
-#include "tools/qxfx/tempo_host.h"
 
 namespace {
-class ChorusPage : public PageTest {
+class ChorusPage : public EffectPageTest<IQxChorusProp2> {
  protected:
-  void SetUp() override {
-    Open(CLSID_QxChorus);
-    object_->QueryInterface(IID_IQxChorusProp2, reinterpret_cast<void**>(&prop_));
-    ASSERT_TRUE(prop_);
-  }
-  void TearDown() override {
-    if (prop_) prop_->Release();
-    PageTest::TearDown();
-  }
-  void Type(int id, const WCHAR* text) {
-    SetWindowTextW(Item(id), text);
-    SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(id, EN_KILLFOCUS), reinterpret_cast<LPARAM>(Item(id)));
-  }
-  void Scroll(UINT msg, int id, int code) {
-    SendMessage(dlg_, msg, MAKEWPARAM(code, 0), reinterpret_cast<LPARAM>(Item(id)));
-  }
-  void Notify() { SendMessage(dlg_, WM_COMMAND, QX_PAGE_NOTIFY_ID, 0); }
-  int32_t Get(HRESULT (IQxChorusProp2::*get)(int32_t*)) {
-    int32_t v = 0;
-    (prop_->*get)(&v);
-    return v;
-  }
-  IQxChorusProp2* prop_ = nullptr;
+  void SetUp() override { Open(CLSID_QxChorus, IID_IQxChorusProp2); }
 };
 
 TEST_F(ChorusPage, RateStandsInTwoRegions) {
@@ -63,17 +36,7 @@ TEST_F(ChorusPage, TempoSyncSwitchesTheRateAndPeriodControls) {
   const int byRate[] = {IDC_CHORUS_RATE, IDC_CHORUS_RATE_EDIT, IDC_CHORUS_RATE_LABEL};
   const int byTempo[] = {IDC_CHORUS_PERIOD_LABEL, IDC_CHORUS_MULT_EDIT, IDC_CHORUS_MULT, IDC_CHORUS_NOTE};
   for (bool map : {false, true}) {
-    if (map) {
-      std::vector<QxfxTempoChange> changes;
-      std::string error;
-      ASSERT_TRUE(QxfxParseTempoMap("tempo 0 120\n", &changes, &error)) << error;
-      CQxfxTempoContext* context = nullptr;
-      ASSERT_TRUE(CQxfxTempoContext::Create(changes, 44100, &context, &error)) << error;
-      IMfxSoftSynth* synth = nullptr;
-      object_->QueryInterface(IID_IMfxSoftSynth, reinterpret_cast<void**>(&synth));
-      ASSERT_EQ(synth->Connect(static_cast<IMfxTempoMap*>(context)), S_OK);
-      synth->Release();
-    }
+    if (map) ConnectTempo();
     for (int sync : {1, 0}) {
       prop_->SetTempoSync(sync);
       Notify();
@@ -119,19 +82,8 @@ TEST_F(ChorusPage, SpinnerPressOnlyBeginsAndOtherCodesStepByAThousand) {
 }
 
 TEST_F(ChorusPage, FollowStepPlaysCurvesLocksTheirEditsAndSparesAnOpenList) {
-  IMediaParams* params = nullptr;
-  IQxAudioTransformFloat* door = nullptr;
-  object_->QueryInterface(IID_IMediaParams, reinterpret_cast<void**>(&params));
-  object_->QueryInterface(IID_IQxAudioTransformFloat, reinterpret_cast<void**>(&door));
-  ASSERT_TRUE(params && door);
-  MP_ENVELOPE_SEGMENT delay{0, 10'000'000, 10.0f, 90.0f, MP_CURVE_LINEAR, 0};
-  MP_ENVELOPE_SEGMENT note{0, 10'000'000, 5.0f, 5.0f, MP_CURVE_JUMP, 0};
-  ASSERT_EQ(params->AddEnvelope(2, 1, &delay), S_OK);  // Delay over the first second
-  ASSERT_EQ(params->AddEnvelope(13, 1, &note), S_OK);  // Modulation Period
-  ASSERT_EQ(door->Prepare(1, 8000), S_OK);
-  std::vector<float> block(4000);
-  door->Process(block.data(), 4000, 0);  // half a second
-  QxHeadless_Advance(60);
+  // Delay (2) over the first second, and Modulation Period (13).
+  Stream({{2, {0, 10'000'000, 10.0f, 90.0f, MP_CURVE_LINEAR, 0}}, {13, {0, 10'000'000, 5.0f, 5.0f, MP_CURVE_JUMP, 0}}});
   const int32_t outDelay = Get(&IQxChorusProp2::GetOutDelay);
   EXPECT_GT(outDelay, 100);
   EXPECT_EQ(Position(IDC_CHORUS_DELAY), outDelay);
@@ -139,16 +91,13 @@ TEST_F(ChorusPage, FollowStepPlaysCurvesLocksTheirEditsAndSparesAnOpenList) {
   EXPECT_FALSE(Enabled(IDC_CHORUS_DELAY_EDIT));
   EXPECT_EQ(SendDlgItemMessage(dlg_, IDC_CHORUS_NOTE, CB_GETCURSEL, 0, 0), 5);
   // Opened, the list keeps the row under the pointer although the curve still owns the value.
-  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_CHORUS_NOTE, CBN_DROPDOWN), 0);
+  Command(IDC_CHORUS_NOTE, CBN_DROPDOWN);
   SendDlgItemMessage(dlg_, IDC_CHORUS_NOTE, CB_SETCURSEL, 3, 0);
   QxHeadless_Advance(60);
   ASSERT_EQ(prop_->IsModPeriodNoteIdle(), 0);
   EXPECT_EQ(SendDlgItemMessage(dlg_, IDC_CHORUS_NOTE, CB_GETCURSEL, 0, 0), 3);
-  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_CHORUS_NOTE, CBN_CLOSEUP), 0);
-  door->Finish();  // streaming stops: the values are the user's again
-  QxHeadless_Advance(60);
+  Command(IDC_CHORUS_NOTE, CBN_CLOSEUP);
+  StopStreaming();
   EXPECT_TRUE(Enabled(IDC_CHORUS_DELAY_EDIT));
-  params->Release();
-  door->Release();
 }
 }  // namespace

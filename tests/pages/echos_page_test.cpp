@@ -6,50 +6,19 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <vector>
 
 #include "aplugins/qxppack1/delay/echos_prop.h"
-#include "aplugins/qxppack1/frame/effect_interfaces.h"
-#include "aplugins/qxppack1/frame/mfx_interfaces.h"
 #include "aplugins/qxppack1/module/module_api.h"
 #include "aplugins/qxppack1/pages/echos_page.h"
 #include "kernel/services/qx_help.h"
 #include "kernel/services/qx_valuetext.h"
-#include "platform/com/media_params.h"
-#include "platform/ui/menu.h"
 #include "tests/pages/page_rig.h"
-#include "tools/qxfx/tempo_host.h"
 
 namespace {
-class EchosPage : public PageTest {
+using I = IQxEchosProp2;
+class EchosPage : public EffectPageTest<I> {
  protected:
-  void SetUp() override {
-    Open(CLSID_QxEchos);
-    object_->QueryInterface(IID_IQxEchosProp2, reinterpret_cast<void**>(&prop_));
-    ASSERT_TRUE(prop_);
-  }
-  void TearDown() override {
-    if (prop_) prop_->Release();
-    PageTest::TearDown();
-  }
-  // Types into an edit box and leaves it, as a user does.
-  void Type(int id, const WCHAR* text) {
-    SetWindowTextW(Item(id), text);
-    SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(id, EN_KILLFOCUS), reinterpret_cast<LPARAM>(Item(id)));
-  }
-  void ConnectTempo() {
-    std::vector<QxfxTempoChange> changes;
-    std::string error;
-    ASSERT_TRUE(QxfxParseTempoMap("tempo 0 120\n", &changes, &error)) << error;
-    CQxfxTempoContext* context = nullptr;
-    ASSERT_TRUE(CQxfxTempoContext::Create(changes, 44100, &context, &error)) << error;
-    IMfxSoftSynth* synth = nullptr;
-    object_->QueryInterface(IID_IMfxSoftSynth, reinterpret_cast<void**>(&synth));
-    ASSERT_EQ(synth->Connect(static_cast<IMfxTempoMap*>(context)), S_OK);
-    synth->Release();
-  }
-  void Notify() { SendMessage(dlg_, WM_COMMAND, QX_PAGE_NOTIFY_ID, 0); }
-  IQxEchosProp2* prop_ = nullptr;
+  void SetUp() override { Open(CLSID_QxEchos, IID_IQxEchosProp2); }
 };
 
 TEST_F(EchosPage, LevelsShowDecibelsAndSilenceAsMinusInfinity) {
@@ -82,6 +51,7 @@ TEST_F(EchosPage, PresetLoadRedrawsEveryControl) {
                               {IDC_ECHOS_DECAY, 30}, {IDC_ECHOS_DELAY_MULT, 1000}, {IDC_ECHOS_DECAY_MULT, 1000}};
   for (const auto& p : positions) EXPECT_EQ(Position(p[0]), p[1]) << p[0];
   // The preset menu lists rows 1 upward and loads the chosen one.
+  ExpectPresetMenu(6);
   SendMessage(dlg_, WM_COMMAND, QX_PAGE_PRESET_FIRST + 2, 0);  // row 3, "Slap-back echo"
   EXPECT_EQ(Text(IDC_ECHOS_DELAYOUT_TEXT), u"-12.0 dB");
   EXPECT_EQ(IsDlgButtonChecked(dlg_, IDC_ECHOS_MULTIPLE), BST_UNCHECKED);
@@ -117,22 +87,19 @@ TEST_F(EchosPage, ScrollingAControlSetsItsParameterAndText) {
     int control;
     UINT msg;
     int code;
-    int32_t (*read)(IQxEchosProp2*);
+    HRESULT (I::*get)(int32_t*);
     int32_t want;
     int text;
     const WCHAR* shown;
   } rows[] = {
-      {IDC_ECHOS_DRY, WM_VSCROLL, QX_SCROLL_LINEDOWN, [](IQxEchosProp2* p) { int32_t v; p->GetDryOut(&v); return v; },
-       -61, IDC_ECHOS_DRY_TEXT, u"-6.1 dB"},
-      {IDC_ECHOS_DELAYOUT, WM_VSCROLL, QX_SCROLL_BOTTOM, [](IQxEchosProp2* p) { int32_t v; p->GetDelayOut(&v); return v; },
-       -800, IDC_ECHOS_DELAYOUT_TEXT, u"-Inf."},
-      {IDC_ECHOS_DELAY, WM_HSCROLL, QX_SCROLL_PAGEDOWN, [](IQxEchosProp2* p) { int32_t v; p->GetDelayTime(&v); return v; },
-       200, IDC_ECHOS_DELAY_EDIT, u"0.200"},
+      {IDC_ECHOS_DRY, WM_VSCROLL, QX_SCROLL_LINEDOWN, &I::GetDryOut, -61, IDC_ECHOS_DRY_TEXT, u"-6.1 dB"},
+      {IDC_ECHOS_DELAYOUT, WM_VSCROLL, QX_SCROLL_BOTTOM, &I::GetDelayOut, -800, IDC_ECHOS_DELAYOUT_TEXT, u"-Inf."},
+      {IDC_ECHOS_DELAY, WM_HSCROLL, QX_SCROLL_PAGEDOWN, &I::GetDelayTime, 200, IDC_ECHOS_DELAY_EDIT, u"0.200"},
   };
   for (const auto& r : rows) {
-    SendMessage(dlg_, r.msg, MAKEWPARAM(static_cast<WORD>(r.code), 0), reinterpret_cast<LPARAM>(Item(r.control)));
-    SendMessage(dlg_, r.msg, MAKEWPARAM(QX_SCROLL_END, 0), reinterpret_cast<LPARAM>(Item(r.control)));
-    EXPECT_EQ(r.read(prop_), r.want) << r.control;
+    Scroll(r.msg, r.control, r.code);
+    Scroll(r.msg, r.control, QX_SCROLL_END);
+    EXPECT_EQ(Get(r.get), r.want) << r.control;
     EXPECT_EQ(Position(r.control), r.want) << r.control;
     EXPECT_EQ(Text(r.text), std::u16string(r.shown)) << r.control;
   }
@@ -140,10 +107,8 @@ TEST_F(EchosPage, ScrollingAControlSetsItsParameterAndText) {
 
 TEST_F(EchosPage, CheckBoxesSetTheirSwitch) {
   CheckDlgButton(dlg_, IDC_ECHOS_MULTIPLE, BST_CHECKED);
-  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_ECHOS_MULTIPLE, BN_CLICKED), 0);
-  int32_t v = 0;
-  prop_->GetMultipleDelays(&v);
-  EXPECT_EQ(v, 1);
+  Command(IDC_ECHOS_MULTIPLE, BN_CLICKED);
+  EXPECT_EQ(Get(&I::GetMultipleDelays), 1);
   EXPECT_TRUE(Enabled(IDC_ECHOS_DECAY_EDIT));
 }
 
@@ -169,40 +134,35 @@ TEST_F(EchosPage, TypedValuesComeBackClampedAndRounded) {
     Type(r.box, r.typed);
     EXPECT_EQ(Text(r.box), std::u16string(r.shown)) << r.box;
   }
-  int32_t delay = 0;
-  prop_->GetDelayTime(&delay);
-  EXPECT_EQ(delay, 1);  // "abc" reads 0, and the setter raised it
+  EXPECT_EQ(Get(&I::GetDelayTime), 1);  // "abc" reads 0, and the setter raised it
+}
+
+// Apply reads a box typed into and not yet left, and no box the page itself wrote.
+TEST_F(EchosPage, ApplyReadsOnlyTheBoxesTypedInto) {
+  prop_->SetDecayTime(50);
+  Notify();
+  SetWindowTextW(Item(IDC_ECHOS_DELAY_EDIT), u"2");
+  Command(IDC_ECHOS_DELAY_EDIT, EN_CHANGE);
+  prop_->SetDecayTime(70);  // behind the page's back: its box still shows 5.0
+  frame_->Apply();
+  EXPECT_EQ(Get(&I::GetDelayTime), 2000);
+  EXPECT_EQ(Get(&I::GetDecayTime), 70);
 }
 
 TEST_F(EchosPage, TheTimerFollowsAnEnvelopeAndLocksTheTimeBox) {
-  IMediaParams* params = nullptr;
-  IQxAudioTransformFloat* door = nullptr;
-  object_->QueryInterface(IID_IMediaParams, reinterpret_cast<void**>(&params));
-  object_->QueryInterface(IID_IQxAudioTransformFloat, reinterpret_cast<void**>(&door));
-  ASSERT_TRUE(params && door);
-  MP_ENVELOPE_SEGMENT ramp{0, 10'000'000, 100.0f, 4100.0f, MP_CURVE_LINEAR, 0};
-  ASSERT_EQ(params->AddEnvelope(0, 1, &ramp), S_OK);  // Delay Time over the first second
-  ASSERT_EQ(door->Prepare(1, 8000), S_OK);
-  std::vector<float> block(4000);
-  door->Process(block.data(), 4000, 0);  // half a second
-  QxHeadless_Advance(60);
+  Stream({{0, {0, 10'000'000, 100.0f, 4100.0f, MP_CURVE_LINEAR, 0}}});  // Delay Time over the first second
   EXPECT_FALSE(Enabled(IDC_ECHOS_DELAY_EDIT));
-  int32_t delay = 0;
-  prop_->GetDelayTime(&delay);
+  const int32_t delay = Get(&I::GetDelayTime);
   EXPECT_GT(delay, 100);
   EXPECT_EQ(Text(IDC_ECHOS_DELAY_EDIT), std::u16string(QxGetLabeledStringFixed(delay, 3, 0, nullptr)));
-  door->Finish();  // streaming stops: the value is the user's again
-  QxHeadless_Advance(60);
+  StopStreaming();
   EXPECT_TRUE(Enabled(IDC_ECHOS_DELAY_EDIT));
-  params->Release();
-  door->Release();
 }
 
 TEST_F(EchosPage, PageInfoAndStripTitle) {
   PROPPAGEINFO info{};
   ASSERT_EQ(page_->GetPageInfo(&info), S_OK);
   EXPECT_EQ(std::u16string(info.pszTitle), u"Simple Delay");
-  EXPECT_EQ(info.dwHelpContext, 119u);
   const SIZE expected = QxUi_DialogPixelSize(QxEchosPage_Template());
   EXPECT_EQ(info.size.cx, expected.cx);
   EXPECT_EQ(info.size.cy, expected.cy);
@@ -215,27 +175,12 @@ TEST_F(EchosPage, PageInfoAndStripTitle) {
   EXPECT_EQ(QxPageStripTitle(u"Echo LUMEA LUMEA x"), u"Echo x");
 }
 
-TEST_F(EchosPage, PresetMenuOffersRowsOneUpwardThenHelpAndAbout) {
-  auto* page = dynamic_cast<CQxPropPage*>(page_);
-  ASSERT_TRUE(page);
-  HMENU menu = page->BuildPresetMenu();
-  ASSERT_EQ(GetMenuItemCount(menu), 4);
-  EXPECT_EQ(GetMenuItemID(menu, 2), static_cast<UINT>(QX_PAGE_HELP));
-  EXPECT_EQ(GetMenuItemID(menu, 3), static_cast<UINT>(QX_PAGE_ABOUT));
-  HMENU presets = GetSubMenu(menu, 0);
-  ASSERT_EQ(GetMenuItemCount(presets), 6);  // rows 1 to 6; "(Default)" is not offered
-  for (int i = 0; i < 6; ++i) EXPECT_EQ(GetMenuItemID(presets, i), static_cast<UINT>(QX_PAGE_PRESET_FIRST + i));
-  DestroyMenu(menu);
-}
-
 TEST_F(EchosPage, CancelPutsBackTheStateTheFrameOpenedWith) {
   prop_->SetDelayTime(2000);
   frame_->Apply();  // the restore point moves here
   prop_->SetDelayTime(3000);
   frame_->Cancel();
-  int32_t delay = 0;
-  prop_->GetDelayTime(&delay);
-  EXPECT_EQ(delay, 2000);
+  EXPECT_EQ(Get(&I::GetDelayTime), 2000);
   EXPECT_EQ(frame_->Result(), IDCANCEL);
 }
 

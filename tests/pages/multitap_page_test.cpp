@@ -118,8 +118,6 @@ class MultiTapPage : public PageTest {
     rig_.reset();
   }
   void TearDown() override { Close(); }
-  // Tells the page the record changed, as the effect does after a preset or a load.
-  void Notify() { SendMessage(dlg, WM_COMMAND, QX_PAGE_NOTIFY_ID, 0); }
   // How many pixels of the graph have colour `c`.
   int Count(COLORREF c) {
     RECT rc;
@@ -141,9 +139,9 @@ TEST_F(MultiTapPage, ReducingTheTapCountBelowTheCurrentTapMovesTheSelectionToThe
   Notify();
   EXPECT_EQ(IsDlgButtonChecked(dlg, IDC_MT_TAP1 + 6), BST_CHECKED);
   prop->SetTapDelay3(321);
-  HWND count = GetDlgItem(dlg, IDC_MT_TAP_COUNT);  // dragged down to 3
-  SendMessage(count, QXCM_SETVALUE, 1, 3);
-  SendMessage(dlg, WM_HSCROLL, MAKEWPARAM(QX_SCROLL_DRAGGING, 3), reinterpret_cast<LPARAM>(count));
+  SendMessage(Item(IDC_MT_TAP_COUNT), QXCM_SETVALUE, 1, 3);  // dragged down to 3
+  SendMessage(dlg, WM_HSCROLL, MAKEWPARAM(QX_SCROLL_DRAGGING, 3),
+              reinterpret_cast<LPARAM>(Item(IDC_MT_TAP_COUNT)));
   int32_t tap = -1;
   prop->GetCurrentTap(&tap);
   EXPECT_EQ(tap, 2);
@@ -193,7 +191,7 @@ TEST_F(MultiTapPage, GraphDrawsTapsAloneWithoutFeedbackAndClipsTapsBeyondTheRang
   Notify();
   EXPECT_GT(Count(echo), 0);
   SendDlgItemMessage(dlg, IDC_MT_RESOLUTION, CB_SETCURSEL, 1, 0);
-  SendMessage(dlg, WM_COMMAND, MAKEWPARAM(IDC_MT_RESOLUTION, CBN_SELCHANGE), 0);
+  Command(IDC_MT_RESOLUTION, CBN_SELCHANGE);
   EXPECT_GT(Count(tap), 0) << "at 1,000 ms the second tap shows";
   EXPECT_EQ(Text(IDC_MT_RANGE_END), u"1,000 ms");
 }
@@ -209,8 +207,7 @@ TEST_F(MultiTapPage, TypedValuesAreHeldByTheSettersAndMoveTheirTrackbars) {
                {IDC_MT_TAP_DELAY_EDIT, IDC_MT_TAP_DELAY, u"1,234", u"1,234", 1234},
                {IDC_MT_LOW_PASS_EDIT, IDC_MT_LOW_PASS, u"12", u"100", 100}};
   for (auto& c : cases) {
-    SetDlgItemText(dlg, c.edit, c.typed);
-    SendMessage(dlg, WM_COMMAND, MAKEWPARAM(c.edit, EN_KILLFOCUS), 0);
+    Type(c.edit, c.typed);
     EXPECT_EQ(Text(c.edit), c.shown);
     EXPECT_EQ(Position(c.bar), c.position);
   }

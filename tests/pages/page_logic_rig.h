@@ -22,43 +22,23 @@ struct RatedEffect final : Transform {
 };
 
 template <class Logic, class Transform>
-class PageLogicTest : public ::testing::Test {
+class PageLogicTest : public PageDialogTest {
  protected:
   void Open(const QxDialogTemplate* tmpl) {
     PagesSetUpOnce();
     QxHeadless_UseVirtualClock();
     current_ = this;
     parent_ = CreateWindowExW(0, u"#32770", u"", WS_POPUP | WS_VISIBLE, 0, 0, 400, 420, nullptr, nullptr, nullptr, nullptr);
-    dialog = CreateDialogIndirectParam(nullptr, tmpl, parent_, Proc, 0);
-    ASSERT_NE(dialog, nullptr);
+    dlg_ = CreateDialogIndirectParam(nullptr, tmpl, parent_, Proc, 0);
+    ASSERT_NE(dlg_, nullptr);
   }
   void TearDown() override {
     if (parent_) DestroyWindow(parent_);
     QxHeadless_Pump();
   }
-  std::u16string TextOf(int id) {
-    WCHAR text[200] = {};
-    GetDlgItemTextW(dialog, id, text, 200);
-    return text;
-  }
-  bool Enabled(int id) { return IsWindowEnabled(GetDlgItem(dialog, id)) != FALSE; }
-  // The user types `text` over an edit box's text and leaves it.
-  void Type(int id, const WCHAR* text) {
-    SendDlgItemMessage(dialog, id, EM_SETSEL, 0, -1);
-    SendDlgItemMessage(dialog, id, EM_REPLACESEL, 1, reinterpret_cast<LPARAM>(text));
-    SendMessage(dialog, WM_COMMAND, MAKEWPARAM(static_cast<WORD>(id), EN_KILLFOCUS),
-                reinterpret_cast<LPARAM>(GetDlgItem(dialog, id)));
-  }
-  // The user picks item `index` of a drop list.
-  void Pick(int id, int index) {
-    SendDlgItemMessage(dialog, id, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
-    SendMessage(dialog, WM_COMMAND, MAKEWPARAM(static_cast<WORD>(id), CBN_SELCHANGE),
-                reinterpret_cast<LPARAM>(GetDlgItem(dialog, id)));
-  }
 
   RatedEffect<Transform> effect;
   Logic logic;
-  HWND dialog = nullptr;
 
  private:
   static INT_PTR Proc(HWND d, UINT m, WPARAM w, LPARAM) {

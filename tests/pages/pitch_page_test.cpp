@@ -84,11 +84,11 @@ TEST_F(PitchPage, ShowsTheShiftAndComputesRatio) {
   Load(7, 120, 0);
   Open(QxPitchsPage_Template());
   EXPECT_EQ(Ratio(), QxPitchsRatio(7, 120));
-  EXPECT_EQ(TextOf(IDC_PITCHS_SEMITONES_EDIT), u"7");
-  EXPECT_EQ(TextOf(IDC_PITCHS_CENTS_EDIT), u"12.0");
-  EXPECT_EQ(TextOf(IDC_PITCHS_RATIO), u"1.50873");
-  EXPECT_EQ(TextOf(IDC_PITCHS_MUSICAL), u"Up 5th +");
-  EXPECT_EQ(TextOf(IDC_PITCHS_SEMITONES_LABEL), u"Se&mitones to shift pitch by (-50 to 50):");
+  EXPECT_EQ(Text(IDC_PITCHS_SEMITONES_EDIT), u"7");
+  EXPECT_EQ(Text(IDC_PITCHS_CENTS_EDIT), u"12.0");
+  EXPECT_EQ(Text(IDC_PITCHS_RATIO), u"1.50873");
+  EXPECT_EQ(Text(IDC_PITCHS_MUSICAL), u"Up 5th +");
+  EXPECT_EQ(Text(IDC_PITCHS_SEMITONES_LABEL), u"Se&mitones to shift pitch by (-50 to 50):");
   EXPECT_TRUE(Enabled(IDC_PITCHS_ANTIALIAS));
   EXPECT_FALSE(Enabled(IDC_PITCHS_MODE));
 }
@@ -100,7 +100,7 @@ TEST_F(PitchPage, PreservedDurationHoldsTheShiftToAnOctave) {
   effect.GetSemitones(&semitones);
   EXPECT_EQ(semitones, 12);
   EXPECT_EQ(Ratio(), 2.0);
-  EXPECT_EQ(TextOf(IDC_PITCHS_SEMITONES_LABEL), u"Se&mitones to shift pitch by (-12 to 12):");
+  EXPECT_EQ(Text(IDC_PITCHS_SEMITONES_LABEL), u"Se&mitones to shift pitch by (-12 to 12):");
   EXPECT_TRUE(Enabled(IDC_PITCHS_MODE));
   EXPECT_FALSE(Enabled(IDC_PITCHS_TIME));
   Type(IDC_PITCHS_SEMITONES_EDIT, u"-30");
@@ -124,18 +124,18 @@ TEST_F(PitchPage, NoShiftGreysTheAntiAliasBoxButKeepsItsValue) {
   Type(IDC_PITCHS_SEMITONES_EDIT, u"0");
   EXPECT_EQ(Ratio(), 1.0);
   EXPECT_FALSE(Enabled(IDC_PITCHS_ANTIALIAS));
-  EXPECT_EQ(IsDlgButtonChecked(dialog, IDC_PITCHS_ANTIALIAS), BST_CHECKED);
+  EXPECT_EQ(IsDlgButtonChecked(dlg_, IDC_PITCHS_ANTIALIAS), BST_CHECKED);
   int32_t antiAlias = 0;
   effect.GetAntiAlias(&antiAlias);
   EXPECT_EQ(antiAlias, 1);
-  EXPECT_EQ(TextOf(IDC_PITCHS_MUSICAL), u"  ");
+  EXPECT_EQ(Text(IDC_PITCHS_MUSICAL), u"  ");
 }
 
 TEST_F(PitchPage, TimesNeedAnInputPin) {
   Open(QxPitchsPage_Template());
-  EXPECT_EQ(TextOf(IDC_PITCHS_FINAL_LABEL), u"Need input pin");
-  EXPECT_EQ(TextOf(IDC_PITCHS_TIME), u"00:00:00.000");
-  EXPECT_EQ(TextOf(IDC_PITCHS_FINAL_TIME), u"00:00:00.000");
+  EXPECT_EQ(Text(IDC_PITCHS_FINAL_LABEL), u"Need input pin");
+  EXPECT_EQ(Text(IDC_PITCHS_TIME), u"00:00:00.000");
+  EXPECT_EQ(Text(IDC_PITCHS_FINAL_TIME), u"00:00:00.000");
   Type(IDC_PITCHS_TIME, u"00:00:30.000");  // with no rate a typed time is one frame
   double initial = 0;
   effect.GetInitialTime(&initial);
@@ -146,15 +146,15 @@ TEST_F(PitchPage, TimesFollowTheRatioAndTheTypedTime) {
   effect.rate = 44100;
   Load(12, 0, 0);
   Open(QxPitchsPage_Template());
-  EXPECT_EQ(TextOf(IDC_PITCHS_FINAL_LABEL), u"Final time (00:00:03.148 to 00:19:03.540):");
-  EXPECT_EQ(TextOf(IDC_PITCHS_TIME), u"00:01:00.000");
-  EXPECT_EQ(TextOf(IDC_PITCHS_FINAL_TIME), u"00:00:30.000");
+  EXPECT_EQ(Text(IDC_PITCHS_FINAL_LABEL), u"Final time (00:00:03.148 to 00:19:03.540):");
+  EXPECT_EQ(Text(IDC_PITCHS_TIME), u"00:01:00.000");
+  EXPECT_EQ(Text(IDC_PITCHS_FINAL_TIME), u"00:00:30.000");
   Type(IDC_PITCHS_TIME, u"0:2:0.0");
   double initial = 0;
   effect.GetInitialTime(&initial);
   EXPECT_EQ(initial, 5292000.0);
-  EXPECT_EQ(TextOf(IDC_PITCHS_TIME), u"00:02:00.000");
-  EXPECT_EQ(TextOf(IDC_PITCHS_FINAL_TIME), u"00:01:00.000");
+  EXPECT_EQ(Text(IDC_PITCHS_TIME), u"00:02:00.000");
+  EXPECT_EQ(Text(IDC_PITCHS_FINAL_TIME), u"00:01:00.000");
 }
 
 TEST_F(PitchPage, CommandsReachTheEffect) {
@@ -163,41 +163,33 @@ TEST_F(PitchPage, CommandsReachTheEffect) {
   int32_t cents = 0, mode = 0, preserve = 0;
   effect.GetCents(&cents);
   EXPECT_EQ(cents, -123);
-  EXPECT_EQ(TextOf(IDC_PITCHS_CENTS_EDIT), u"-12.3");
+  EXPECT_EQ(Text(IDC_PITCHS_CENTS_EDIT), u"-12.3");
   EXPECT_EQ(Ratio(), QxPitchsRatio(0, -123));
   Pick(IDC_PITCHS_MODE, 16);
   effect.GetMode(&mode);
   EXPECT_EQ(mode, 16);
-  CheckDlgButton(dialog, IDC_PITCHS_PRESERVE, BST_CHECKED);
-  SendMessage(dialog, WM_COMMAND, MAKEWPARAM(IDC_PITCHS_PRESERVE, BN_CLICKED), 0);
+  CheckDlgButton(dlg_, IDC_PITCHS_PRESERVE, BST_CHECKED);
+  Command(IDC_PITCHS_PRESERVE, BN_CLICKED);
   effect.GetPreserveDuration(&preserve);
   EXPECT_EQ(preserve, 1);
   EXPECT_FALSE(Enabled(IDC_PITCHS_TIME));
 }
 
 // The page as a host gets it: named by the filter, made by the class table, in a property frame.
-class PitchFromTable : public PageTest {};
+class PitchFromTable : public EffectPageTest<IQxPitchsProp> {};
 
 TEST_F(PitchFromTable, OpensForTheFilterAndSetsWhatIsTyped) {
-  Open(CLSID_QxPitchs);
-  IQxPitchsProp* prop = nullptr;
-  ASSERT_EQ(object_->QueryInterface(IID_IQxPitchsProp, reinterpret_cast<void**>(&prop)), S_OK);
+  Open(CLSID_QxPitchs, IID_IQxPitchsProp);
   EXPECT_EQ(Text(IDC_PITCHS_FINAL_LABEL), u"Need input pin");
-  SendMessage(Item(IDC_PITCHS_SEMITONES_EDIT), EM_SETSEL, 0, -1);
-  SendMessage(Item(IDC_PITCHS_SEMITONES_EDIT), EM_REPLACESEL, 1, reinterpret_cast<LPARAM>(u"-7"));
-  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_PITCHS_SEMITONES_EDIT, EN_KILLFOCUS), 0);
-  int32_t semitones = 0;
+  Type(IDC_PITCHS_SEMITONES_EDIT, u"-7");
   double ratio = 0;
-  prop->GetSemitones(&semitones);
-  prop->GetRatio(&ratio);
-  EXPECT_EQ(semitones, -7);
+  prop_->GetRatio(&ratio);
+  EXPECT_EQ(Get(&IQxPitchsProp::GetSemitones), -7);
   EXPECT_EQ(ratio, QxPitchsRatio(-7, 0));
   EXPECT_EQ(Text(IDC_PITCHS_MUSICAL), u"Down 5th  ");
   EXPECT_EQ(Position(IDC_PITCHS_SEMITONES), -7);
-  SendMessage(dlg_, WM_HSCROLL, QX_SCROLL_PAGEDOWN, reinterpret_cast<LPARAM>(Item(IDC_PITCHS_SEMITONES)));
-  prop->GetSemitones(&semitones);
-  EXPECT_EQ(semitones, 3);  // a page is 10 semitones while the duration is free
+  Scroll(WM_HSCROLL, IDC_PITCHS_SEMITONES, QX_SCROLL_PAGEDOWN);
+  EXPECT_EQ(Get(&IQxPitchsProp::GetSemitones), 3);  // a page is 10 semitones while the duration is free
   EXPECT_EQ(Text(IDC_PITCHS_SEMITONES_EDIT), u"3");
-  prop->Release();
 }
 }  // namespace

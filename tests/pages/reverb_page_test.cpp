@@ -1,33 +1,16 @@
 // The Reverb page through its controls: value texts, typed frequencies, the force rule while
 // dragging and under automation, the lists and the context menu.
-#include <vector>
-
-#include "aplugins/qxppack1/frame/effect_interfaces.h"
 #include "aplugins/qxppack1/module/module_api.h"
 #include "aplugins/qxppack1/pages/reverb_page.h"
 #include "aplugins/qxppack1/reverb/reverb_transform.h"
 #include "kernel/services/qx_valuetext.h"
-#include "platform/com/media_params.h"
-#include "platform/ui/menu.h"
 #include "tests/pages/page_rig.h"
 
 namespace {
-class ReverbPage : public PageTest {
+using I = IQxReverbProp2;
+class ReverbPage : public EffectPageTest<I> {
  protected:
-  void SetUp() override {
-    Open(CLSID_QxReverb);
-    object_->QueryInterface(IID_IQxReverbProp2, reinterpret_cast<void**>(&prop_));
-    ASSERT_TRUE(prop_);
-  }
-  void TearDown() override {
-    if (prop_) prop_->Release();
-    PageTest::TearDown();
-  }
-  void Command(int id, int code) {
-    SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(id, code), reinterpret_cast<LPARAM>(Item(id)));
-  }
-  void Notify() { SendMessage(dlg_, WM_COMMAND, QX_PAGE_NOTIFY_ID, 0); }
-  IQxReverbProp2* prop_ = nullptr;
+  void SetUp() override { Open(CLSID_QxReverb, IID_IQxReverbProp2); }
 };
 
 TEST_F(ReverbPage, ValueTextsAndPreDelayOff) {
@@ -73,9 +56,7 @@ TEST_F(ReverbPage, SwitchesGreyTheSliderNotTheBox) {
   EXPECT_TRUE(Enabled(IDC_REVERB_BASS));
   CheckDlgButton(dlg_, IDC_REVERB_BASS_ON, BST_UNCHECKED);
   Command(IDC_REVERB_BASS_ON, BN_CLICKED);
-  int32_t on = 1;
-  prop_->GetAttenuateBass(&on);
-  EXPECT_EQ(on, 0);
+  EXPECT_EQ(Get(&I::GetAttenuateBass), 0);
   EXPECT_FALSE(Enabled(IDC_REVERB_BASS));
   EXPECT_TRUE(Enabled(IDC_REVERB_BASS_EDIT));
 }
@@ -88,59 +69,30 @@ TEST_F(ReverbPage, ADraggedSliderIsNotFoughtButAutomationMovesIt) {
   Command(IDC_REVERB_BASS_ON, BN_CLICKED);
   EXPECT_EQ(Position(IDC_REVERB_BASS), 800);
   // Automation refreshes with force, and locks the edit box while it drives the value.
-  IMediaParams* params = nullptr;
-  IQxAudioTransformFloat* door = nullptr;
-  object_->QueryInterface(IID_IMediaParams, reinterpret_cast<void**>(&params));
-  object_->QueryInterface(IID_IQxAudioTransformFloat, reinterpret_cast<void**>(&door));
-  ASSERT_TRUE(params && door);
-  MP_ENVELOPE_SEGMENT ramp{0, 10'000'000, 1000.0f, 11000.0f, MP_CURVE_LINEAR, 0};
-  ASSERT_EQ(params->AddEnvelope(REVERB_HIGH_FREQ, 1, &ramp), S_OK);
-  ASSERT_EQ(door->Prepare(2, 8000), S_OK);
-  std::vector<float> block(8000);
-  door->Process(block.data(), 4000, 0);
-  QxHeadless_Advance(60);
-  int32_t high = 0;
-  prop_->GetHighFrequency(&high);
+  Stream({{REVERB_HIGH_FREQ, {0, 10'000'000, 1000.0f, 11000.0f, MP_CURVE_LINEAR, 0}}}, 2);
+  const int32_t high = Get(&I::GetHighFrequency);
   EXPECT_GT(high, 2000);
   EXPECT_EQ(Position(IDC_REVERB_HIGH), high);
   EXPECT_FALSE(Enabled(IDC_REVERB_HIGH_EDIT));
-  door->Finish();
-  QxHeadless_Advance(60);
+  StopStreaming();
   EXPECT_EQ(Enabled(IDC_REVERB_HIGH_EDIT), IsDlgButtonChecked(dlg_, IDC_REVERB_HIGH_ON) == BST_CHECKED);
-  params->Release();
-  door->Release();
 }
 
 TEST_F(ReverbPage, ListsHoldEveryNameAndSelectByItemData) {
   EXPECT_EQ(SendMessage(Item(IDC_REVERB_MODE), CB_GETCOUNT, 0, 0), 19);
   EXPECT_EQ(SendMessage(Item(IDC_REVERB_STYLE), CB_GETCOUNT, 0, 0), 10);
-  SendMessage(Item(IDC_REVERB_MODE), CB_SETCURSEL, 16, 0);
-  Command(IDC_REVERB_MODE, CBN_SELCHANGE);
-  int32_t mode = 0;
-  prop_->GetReverbMode(&mode);
-  EXPECT_EQ(mode, 16);
+  Pick(IDC_REVERB_MODE, 16);
+  EXPECT_EQ(Get(&I::GetReverbMode), 16);
   prop_->SetReflectionStyle(7);
   Notify();
   EXPECT_EQ(SendMessage(Item(IDC_REVERB_STYLE), CB_GETCURSEL, 0, 0), 7);
 }
 
 TEST_F(ReverbPage, ContextMenuOffersPresetRowsOneToTwelve) {
-  auto* page = dynamic_cast<CQxPropPage*>(page_);
-  ASSERT_TRUE(page);
-  HMENU menu = page->BuildPresetMenu();
-  ASSERT_EQ(GetMenuItemCount(menu), 4);
-  EXPECT_EQ(GetMenuItemID(menu, 2), static_cast<UINT>(QX_PAGE_HELP));
-  EXPECT_EQ(GetMenuItemID(menu, 3), static_cast<UINT>(QX_PAGE_ABOUT));
-  HMENU presets = GetSubMenu(menu, 0);
-  ASSERT_EQ(GetMenuItemCount(presets), 12);
-  for (int n = 0; n < 12; ++n) EXPECT_EQ(GetMenuItemID(presets, n), static_cast<UINT>(QX_PAGE_PRESET_FIRST + n));
-  DestroyMenu(menu);
+  ExpectPresetMenu(12);
   SendMessage(dlg_, WM_COMMAND, QX_PAGE_PRESET_FIRST + 2, 0);  // row 3, "Cathedral"
-  int32_t decay = 0;
-  prop_->GetDecayTime(&decay);
+  const int32_t decay = Get(&I::GetDecayTime);
   EXPECT_EQ(Text(IDC_REVERB_DECAY_TEXT), std::u16string(QxGetLabeledStringFixed(decay, 1, 0, nullptr)));
   EXPECT_EQ(Position(IDC_REVERB_DECAY), decay);
-  EXPECT_EQ(QxReverbPage_HelpTopic(IDC_REVERB_BASS_EDIT), 75u);
-  EXPECT_EQ(QxReverbPage_HelpTopic(IDC_REVERB_HIGH_EDIT), 0u);
 }
 }  // namespace

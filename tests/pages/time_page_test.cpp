@@ -82,21 +82,21 @@ TEST_F(TimePage, LabelsAndTextsPerForm) {
     int32_t format = -1;
     effect.GetInputFormat(&format);
     EXPECT_EQ(format, r.format);
-    EXPECT_EQ(TextOf(IDC_TIME_INITIAL_LABEL), r.initialLabel);
-    EXPECT_EQ(TextOf(IDC_TIME_FINAL_LABEL), r.rangeLabel);
-    EXPECT_EQ(TextOf(IDC_TIME_INITIAL), r.initial);
-    EXPECT_EQ(TextOf(IDC_TIME_FINAL), r.final);
+    EXPECT_EQ(Text(IDC_TIME_INITIAL_LABEL), r.initialLabel);
+    EXPECT_EQ(Text(IDC_TIME_FINAL_LABEL), r.rangeLabel);
+    EXPECT_EQ(Text(IDC_TIME_INITIAL), r.initial);
+    EXPECT_EQ(Text(IDC_TIME_FINAL), r.final);
     EXPECT_EQ(Enabled(IDC_TIME_INITIAL), r.initialEnabled);
-    EXPECT_EQ(TextOf(IDC_TIME_PERCENT), u"110.00 %");
+    EXPECT_EQ(Text(IDC_TIME_PERCENT), u"110.00 %");
   }
 }
 
 TEST_F(TimePage, TimeFormNeedsAnInputPin) {
   effect.SetInputFormat(QX_TIME_CLOCK);
   Open(QxTimePage_Template());
-  EXPECT_EQ(TextOf(IDC_TIME_FINAL_LABEL), u"Need input pin");
-  EXPECT_EQ(TextOf(IDC_TIME_FINAL), u"00:00:00.000");
-  EXPECT_EQ(TextOf(IDC_TIME_INITIAL), u"00:00:00.000");
+  EXPECT_EQ(Text(IDC_TIME_FINAL_LABEL), u"Need input pin");
+  EXPECT_EQ(Text(IDC_TIME_FINAL), u"00:00:00.000");
+  EXPECT_EQ(Text(IDC_TIME_INITIAL), u"00:00:00.000");
   Type(IDC_TIME_INITIAL, u"5:00");  // without a rate the initial time becomes 0
   double initial = -1;
   effect.GetInitialTime(&initial);
@@ -108,23 +108,23 @@ TEST_F(TimePage, TypedValuesBecomeTheFinalLength) {
   effect.SetInputFormat(QX_TIME_TEMPO);
   effect.SetFinalLength(10001.0);
   Open(QxTimePage_Template());
-  SendMessage(dialog, WM_COMMAND, MAKEWPARAM(IDC_TIME_FINAL, EN_KILLFOCUS), 0);
+  Command(IDC_TIME_FINAL, EN_KILLFOCUS);
   EXPECT_EQ(Final(), 10001.0);  // left untouched, the rounded "119.99" is not read back
   Type(IDC_TIME_FINAL, u"0");  // a final tempo of 0 divides by zero; the setter clamps the infinity
   EXPECT_EQ(Final(), 50000.0);
-  EXPECT_EQ(TextOf(IDC_TIME_PERCENT), u"500.00 %");
+  EXPECT_EQ(Text(IDC_TIME_PERCENT), u"500.00 %");
   Type(IDC_TIME_FINAL, u"240");
   EXPECT_EQ(Final(), 5000.0);
   Type(IDC_TIME_INITIAL, u"90.5");
   uint32_t tempo = 0;
   effect.GetInitialTempo(&tempo);
   EXPECT_EQ(tempo, 9050u);
-  EXPECT_EQ(TextOf(IDC_TIME_FINAL), u"181.00");
+  EXPECT_EQ(Text(IDC_TIME_FINAL), u"181.00");
 
   Pick(IDC_TIME_FORMAT, QX_TIME_CLOCK);
   Type(IDC_TIME_FINAL, u"1:2:3:4");  // not a time: nothing changes and the text comes back
   EXPECT_EQ(Final(), 5000.0);
-  EXPECT_EQ(TextOf(IDC_TIME_FINAL), u"00:00:30.000");
+  EXPECT_EQ(Text(IDC_TIME_FINAL), u"00:00:30.000");
   Type(IDC_TIME_FINAL, u"1:30");
   EXPECT_EQ(Final(), 15000.0);
   Pick(IDC_TIME_MODE, 18);
@@ -134,22 +134,16 @@ TEST_F(TimePage, TypedValuesBecomeTheFinalLength) {
 }
 
 // The page as a host gets it: named by the filter, made by the class table, in a property frame.
-class TimeFromTable : public PageTest {};
+class TimeFromTable : public EffectPageTest<IQxTimeProp> {};
 
 TEST_F(TimeFromTable, OpensForTheFilterAndFollowsTheInputForm) {
-  Open(CLSID_QxTime);
-  IQxTimeProp* prop = nullptr;
-  ASSERT_EQ(object_->QueryInterface(IID_IQxTimeProp, reinterpret_cast<void**>(&prop)), S_OK);
+  Open(CLSID_QxTime, IID_IQxTimeProp);
   EXPECT_EQ(Text(IDC_TIME_FINAL), u"100.00");
-  SendMessage(Item(IDC_TIME_FORMAT), CB_SETCURSEL, QX_TIME_CLOCK, 0);
-  SendMessage(dlg_, WM_COMMAND, MAKEWPARAM(IDC_TIME_FORMAT, CBN_SELCHANGE), 0);
-  int32_t format = 0;
-  prop->GetInputFormat(&format);
-  EXPECT_EQ(format, QX_TIME_CLOCK);
+  Pick(IDC_TIME_FORMAT, QX_TIME_CLOCK);
+  EXPECT_EQ(Get(&IQxTimeProp::GetInputFormat), QX_TIME_CLOCK);
   EXPECT_EQ(Text(IDC_TIME_FINAL_LABEL), u"Need input pin");
-  SendMessage(dlg_, WM_HSCROLL, QX_SCROLL_PAGEDOWN, reinterpret_cast<LPARAM>(Item(IDC_TIME_FINAL_TRACK)));
+  Scroll(WM_HSCROLL, IDC_TIME_FINAL_TRACK, QX_SCROLL_PAGEDOWN);
   EXPECT_EQ(Text(IDC_TIME_PERCENT), u"101.00 %");
   EXPECT_EQ(Position(IDC_TIME_FINAL_TRACK), 100);  // the range's top, 40000, is beyond 16 bits
-  prop->Release();
 }
 }  // namespace

@@ -1,17 +1,11 @@
 // The Chorus page's dialog template: the strip on top; the three level faders beside the modulation
 // group (delay, rate, depth, tempo period); below them the voices and the feedback loop's group.
 #include "aplugins/qxppack1/pages/chorus_page.h"
+#include "aplugins/qxppack1/pages/page_styles.h"
 #include "kernel/controls/control_classes.h"
 
 namespace {
-constexpr DWORD kFader = 0x0081 | WS_TABSTOP;  // vertical, curved, one value
-constexpr DWORD kTrack = 0x0020 | WS_TABSTOP;  // horizontal, linear
-constexpr DWORD kSpinner = 0x00B1;
-constexpr DWORD kEdit = ES_RIGHT | ES_AUTOHSCROLL | WS_BORDER | WS_TABSTOP;
-constexpr DWORD kCheck = BS_AUTOCHECKBOX | WS_TABSTOP;
-constexpr DWORD kList = CBS_DROPDOWNLIST | WS_VSCROLL | WS_TABSTOP;
-constexpr DWORD kCentre = SS_CENTER | SS_NOPREFIX;
-constexpr DWORD kValue = SS_RIGHT | SS_NOPREFIX;
+using namespace QxPageStyle;
 
 const QxDialogItem kItems[] = {
     {QX_LOGO_CLASS, QX_PAGE_LOGO, u"", 0, 0, 272, 20, 0},

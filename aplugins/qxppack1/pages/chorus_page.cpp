@@ -3,7 +3,6 @@
 #include "aplugins/qxppack1/pages/chorus_page.h"
 
 #include <cmath>
-#include <new>
 
 #include "aplugins/qxppack1/pages/string_ids.h"
 #include "kernel/controls/control_messages.h"
@@ -69,26 +68,18 @@ const Param kMultiplier = QX_CHORUS_PARAM(ModPeriodMultiplier);
 const Param kNote = QX_CHORUS_PARAM(ModPeriodNote);
 #undef QX_CHORUS_PARAM
 
-// Each edit box: the factor from the typed unit to the stored one (0: read as a whole number) and
-// its bit in pendingEdits_.
+// Each edit box and the factor from the typed unit to the stored one (0: read as a whole number).
 struct EditRule {
   int id;
   double factor;
-  unsigned bit;
 };
 constexpr EditRule kEdits[] = {
-    {IDC_CHORUS_RATE_EDIT, 1000.0, 1},
-    {IDC_CHORUS_MULT_EDIT, 1000.0, 2},
-    {IDC_CHORUS_DELAY_EDIT, 10.0, 4},
-    {IDC_CHORUS_FREQUENCY_EDIT, 0.0, 8},
+    {IDC_CHORUS_RATE_EDIT, 1000.0},
+    {IDC_CHORUS_MULT_EDIT, 1000.0},
+    {IDC_CHORUS_DELAY_EDIT, 10.0},
+    {IDC_CHORUS_FREQUENCY_EDIT, 0.0},
 };
 constexpr int kEditChars = 10;  // what an edit reads at most
-
-int32_t Read(HRESULT (I::*get)(int32_t*), I* p) {
-  int32_t v = 0;
-  (p->*get)(&v);
-  return v;
-}
 
 const WCHAR* Text(Shown shown, int32_t v) {
   switch (shown) {
@@ -119,37 +110,23 @@ const WCHAR* QxChorusRateText(int32_t modRate) {
 }
 
 CUnknown* CQxChorusPropPage::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
-  auto* page = new (std::nothrow) CQxChorusPropPage(outer);
-  if (hr) *hr = page ? S_OK : E_OUTOFMEMORY;
-  return page;
+  return QxCreatePage<CQxChorusPropPage>(outer, hr);
 }
 
-CQxChorusPropPage::CQxChorusPropPage(LPUNKNOWN outer) : CQxPropPage("Chorus page", outer, kLayout) {
+CQxChorusPropPage::CQxChorusPropPage(LPUNKNOWN outer) : CQxBypassPropPage("Chorus page", outer, kLayout) {
   QxUi_AddDialogTemplate(QxPages_Instance(), IDD_CHORUS_PAGE, QxChorusPage_Template());
   for (const Row& r : kRows) {
-    QxPageBinding b;
-    b.control = r.control;
-    b.pageStep = r.pageStep;
-    const Param param = r.param;
-    if (r.control == IDC_CHORUS_RATE)
-      b.set = [this, param](int32_t v) { (P()->*param.set)(QxChorusRateFromPosition(v)); };
-    else
-      b.set = [this, param](int32_t v) { (P()->*param.set)(v); };
-    b.begin = [this, param] { (P()->*param.begin)(); };
-    b.end = [this, param] { (P()->*param.end)(); };
-    bindings_.push_back(std::move(b));
+    QxPageBinding& b = Bind(r.control, r.pageStep, r.param.set, r.param.begin, r.param.end);
+    if (r.control == IDC_CHORUS_RATE) b.set = [this](int32_t v) { P()->SetModRate(QxChorusRateFromPosition(v)); };
   }
   QxPageBinding spin;
   spin.control = IDC_CHORUS_MULT;
   spin.custom = [this](int code, HWND control, UINT msg, WPARAM wParam) { SpinMultiplier(code, control, msg, wParam); };
   bindings_.push_back(std::move(spin));
+  TrackEdits({IDC_CHORUS_RATE_EDIT, IDC_CHORUS_MULT_EDIT, IDC_CHORUS_DELAY_EDIT, IDC_CHORUS_FREQUENCY_EDIT});
 }
 
 HRESULT CQxChorusPropPage::RegisterNotify(HWND window, uint16_t id) { return P()->RegisterWindow(window, id); }
-
-int32_t CQxChorusPropPage::BypassState() { return Read(&I::GetBypass, P()); }
-
-void CQxChorusPropPage::ToggleBypass() { P()->SetBypass(BypassState() ? 0 : 1); }
 
 // The spinner brackets a gesture by its own codes: 9 only begins, 8 only ends, the rest step.
 void CQxChorusPropPage::SpinMultiplier(int code, HWND control, UINT msg, WPARAM wParam) {
@@ -159,20 +136,14 @@ void CQxChorusPropPage::SpinMultiplier(int code, HWND control, UINT msg, WPARAM 
   } else if (code == QX_SCROLL_END) {
     p->EndModPeriodMultiplier();
   } else {
-    const int32_t v = Read(kMultiplier.get, p);
+    const int32_t v = Read(kMultiplier.get);
     p->SetModPeriodMultiplier(Spinner_DefScrollProc(msg, wParam, control, 1000, 1000, v));
   }
 }
 
 void CQxChorusPropPage::InitControls() {
-  auto range = [this](int id, int lo, int hi, int reset) {
-    HWND w = Item(id);
-    SendMessage(w, QXCM_SETMIN, 0, lo);
-    SendMessage(w, QXCM_SETMAX, 0, hi);
-    SendMessage(w, QXCM_SETDEFAULT, 0, reset);
-  };
-  for (const Row& r : kRows) range(r.control, r.lo, r.hi, r.reset);
-  range(IDC_CHORUS_MULT, 1, 32000, 1000);
+  for (const Row& r : kRows) SetRange(r.control, r.lo, r.hi, r.reset);
+  SetRange(IDC_CHORUS_MULT, 1, 32000, 1000);
   HWND list = Item(IDC_CHORUS_NOTE);
   SendMessage(list, CB_RESETCONTENT, 0, 0);
   for (UINT i = 0; i < IDS_CHORUS_NOTE_COUNT; ++i)
@@ -190,35 +161,35 @@ void CQxChorusPropPage::Refresh(int id, bool force) {
   refreshing_ = true;
   for (const Row& r : kRows) {
     if (!all && id != r.control && id != r.text) continue;
-    const int32_t v = Read(r.param.get, p);
+    const int32_t v = Read(r.param.get);
     // A control just scrolled already stands where it was left.
     if (move || id == r.text)
-      SendMessage(Item(r.control), QXCM_SETVALUE, 1, r.control == IDC_CHORUS_RATE ? QxChorusRatePosition(v) : v);
+      SetPosition(r.control, r.control == IDC_CHORUS_RATE ? QxChorusRatePosition(v) : v);
     QxSetDlgItemTextNoFlash(m_hwnd, r.text, u"%s", Text(r.shown, v));
   }
   if (all || id == IDC_CHORUS_MULT || id == IDC_CHORUS_MULT_EDIT) {
-    const int32_t v = Read(kMultiplier.get, p);
-    if (move || id == IDC_CHORUS_MULT_EDIT) SendMessage(Item(IDC_CHORUS_MULT), QXCM_SETVALUE, 1, v);
+    const int32_t v = Read(kMultiplier.get);
+    if (move || id == IDC_CHORUS_MULT_EDIT) SetPosition(IDC_CHORUS_MULT, v);
     WCHAR text[QX_NUMBER_TEXT_CHARS];
     QxDoubleToText(text, v / 1000.0, 3, TRUE);
     QxSetDlgItemTextNoFlash(m_hwnd, IDC_CHORUS_MULT_EDIT, u"%s", text);
   }
   if ((all || id == IDC_CHORUS_NOTE) && !listOpen_)
-    SendDlgItemMessage(m_hwnd, IDC_CHORUS_NOTE, CB_SETCURSEL, static_cast<WPARAM>(Read(kNote.get, p)), 0);
+    SendDlgItemMessage(m_hwnd, IDC_CHORUS_NOTE, CB_SETCURSEL, static_cast<WPARAM>(Read(kNote.get)), 0);
   for (const Check& c : kChecks)
-    if (all || id == c.control) CheckDlgButton(m_hwnd, c.control, Read(c.param.get, p) ? BST_CHECKED : BST_UNCHECKED);
+    if (all || id == c.control) CheckDlgButton(m_hwnd, c.control, Read(c.param.get) ? BST_CHECKED : BST_UNCHECKED);
   refreshing_ = false;
   UpdateEnabling();
 }
 
 void CQxChorusPropPage::UpdateEnabling() {
   I* p = P();
-  const bool sync = Read(&I::GetTempoSync, p) != 0, low = Read(&I::GetAttenuateHigh, p) != 0;
+  const bool sync = Read(&I::GetTempoSync) != 0, low = Read(&I::GetAttenuateHigh) != 0;
   // Without a tempo interface the box stays grey, yet a stored sync still rules the display.
   Enable(IDC_CHORUS_SYNC, p->HasTempoMap() == 1);
-  for (int id : {IDC_CHORUS_RATE, IDC_CHORUS_RATE_LABEL}) Enable(id, !sync);
+  Enable({IDC_CHORUS_RATE, IDC_CHORUS_RATE_LABEL}, !sync);
   Enable(IDC_CHORUS_RATE_EDIT, !sync && !(curves_ & kCurveRate));
-  for (int id : {IDC_CHORUS_PERIOD_LABEL, IDC_CHORUS_MULT, IDC_CHORUS_NOTE}) Enable(id, sync);
+  Enable({IDC_CHORUS_PERIOD_LABEL, IDC_CHORUS_MULT, IDC_CHORUS_NOTE}, sync);
   Enable(IDC_CHORUS_MULT_EDIT, sync && !(curves_ & kCurveMultiplier));
   Enable(IDC_CHORUS_DELAY_EDIT, !(curves_ & kCurveDelay));
   Enable(IDC_CHORUS_FREQUENCY, low);
@@ -248,7 +219,6 @@ void CQxChorusPropPage::OnFollow() {
 void CQxChorusPropPage::CommitEdit(int id) {
   for (const EditRule& e : kEdits) {
     if (e.id != id) continue;
-    pendingEdits_ &= ~e.bit;
     WCHAR text[kEditChars + 1] = {};
     GetDlgItemTextW(m_hwnd, id, text, kEditChars + 1);
     const int32_t v = e.factor ? Truncated(QxTextToDoubleToken(text, nullptr) * e.factor)
@@ -265,12 +235,6 @@ void CQxChorusPropPage::CommitEdit(int id) {
   }
 }
 
-HRESULT CQxChorusPropPage::OnApplyChanges() {
-  for (const EditRule& e : kEdits)
-    if (pendingEdits_ & e.bit) CommitEdit(e.id);
-  return S_OK;
-}
-
 bool CQxChorusPropPage::OnCommand(int id, int code, HWND) {
   I* p = P();
   for (const Check& c : kChecks) {
@@ -282,30 +246,12 @@ bool CQxChorusPropPage::OnCommand(int id, int code, HWND) {
   }
   switch (id) {
     case IDC_CHORUS_NOTE:
-      if (code == CBN_SELCHANGE) {
-        const auto sel = static_cast<int32_t>(SendDlgItemMessage(m_hwnd, id, CB_GETCURSEL, 0, 0));
-        if (sel >= 0) p->SetModPeriodNote(sel);
-      } else if (code == CBN_DROPDOWN) {
-        listOpen_ = true;
-        p->BeginModPeriodNote();
-      } else if (code == CBN_CLOSEUP) {
-        listOpen_ = false;
-        p->EndModPeriodNote();
-      } else {
-        return false;
-      }
-      return true;
+      return ListCommand(id, code, listOpen_, kNote.set, kNote.begin, kNote.end);
     case IDC_CHORUS_RATE_EDIT:
     case IDC_CHORUS_MULT_EDIT:
     case IDC_CHORUS_DELAY_EDIT:
     case IDC_CHORUS_FREQUENCY_EDIT:
-      if (code == EN_CHANGE && !refreshing_) {
-        for (const EditRule& e : kEdits)
-          if (e.id == id) pendingEdits_ |= e.bit;
-        SetDirty();
-      } else if (code == EN_KILLFOCUS) {
-        CommitEdit(id);
-      }
+      EditCommand(id, code);
       return true;
   }
   return false;

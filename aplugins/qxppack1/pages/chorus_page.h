@@ -47,7 +47,7 @@ const WCHAR* QxChorusRateText(int32_t modRate);
 // The dialog template, 272 by 224 dialog units.
 const QxDialogTemplate* QxChorusPage_Template();
 
-class CQxChorusPropPage final : public CQxPropPage {
+class CQxChorusPropPage final : public CQxBypassPropPage<IQxChorusProp2> {
  public:
   static CUnknown* CreateInstance(LPUNKNOWN outer, HRESULT* hr);
   explicit CQxChorusPropPage(LPUNKNOWN outer);
@@ -58,19 +58,12 @@ class CQxChorusPropPage final : public CQxPropPage {
   void Refresh(int id, bool force) override;
   void OnFollow() override;
   bool OnCommand(int id, int code, HWND control) override;
-  int32_t BypassState() override;
-  void ToggleBypass() override;
-  HRESULT OnApplyChanges() override;
+  void CommitEdit(int id) override;
 
  private:
-  IQxChorusProp2* P() const { return Prop<IQxChorusProp2>(); }
   void UpdateEnabling();
-  // Reads an edit box and sets its parameter through the setter's clamp.
-  void CommitEdit(int id);
   void SpinMultiplier(int code, HWND control, UINT msg, WPARAM wParam);
 
-  bool refreshing_ = false;    // texts being written by Refresh, not typed
-  unsigned pendingEdits_ = 0;  // edits typed into since they were last read, one bit each
   bool listOpen_ = false;      // 8033's drop-down is open: automation leaves it alone
   // Edits a curve owns, locked while it plays: outDelay, modRate, attenuationFrequency and
   // modPeriodMultiplier, one bit each.

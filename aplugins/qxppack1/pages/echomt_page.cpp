@@ -2,8 +2,6 @@
 // buttons, the graph's range list, the stereo-only pan group, and the tap graph's painting.
 #include "aplugins/qxppack1/pages/echomt_page.h"
 
-#include <new>
-
 #include "aplugins/qxppack1/pages/echomt_graph.h"
 #include "kernel/controls/control_messages.h"
 #include "kernel/controls/logo.h"
@@ -191,9 +189,7 @@ LRESULT QxEchomt_TapGraphProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam)
 }
 
 CUnknown* CQxEchomtPropPage::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
-  auto* page = new (std::nothrow) CQxEchomtPropPage(outer);
-  if (hr) *hr = page ? S_OK : E_OUTOFMEMORY;
-  return page;
+  return QxCreatePage<CQxEchomtPropPage>(outer, hr);
 }
 
 CQxEchomtPropPage::CQxEchomtPropPage(LPUNKNOWN outer) : CQxPropPage("Multi-Tap Delay page", outer, kLayout) {
@@ -370,8 +366,7 @@ void CQxEchomtPropPage::RefreshPan() {
   // Pan exists only where there are two sides to pan between.
   WAVEFORMATEX format{};
   const bool stereo = SUCCEEDED(P()->GetWaveFormat(&format)) && format.nChannels == 2;
-  for (int id : {IDC_MT_PAN_TEXT, IDC_MT_PAN_LABEL, IDC_MT_PAN_L, IDC_MT_PAN_R, IDC_MT_TAP_PAN})
-    EnableWindow(GetDlgItem(m_hwnd, id), stereo);
+  Enable({IDC_MT_PAN_TEXT, IDC_MT_PAN_LABEL, IDC_MT_PAN_L, IDC_MT_PAN_R, IDC_MT_TAP_PAN}, stereo);
 }
 
 void CQxEchomtPropPage::RepaintGraph() { InvalidateRect(GetDlgItem(m_hwnd, IDC_MT_GRAPH), nullptr, FALSE); }

@@ -2,16 +2,11 @@
 // and on the right a delay group and a decay group, each a trackbar with its edit box over a
 // tempo row (note list, multiplier edit, spinner).
 #include "aplugins/qxppack1/pages/echos_page.h"
+#include "aplugins/qxppack1/pages/page_styles.h"
 #include "kernel/controls/control_classes.h"
 
 namespace {
-constexpr DWORD kFader = 0x0081 | WS_TABSTOP;     // vertical, curved, one value
-constexpr DWORD kTrack = 0x0020 | WS_TABSTOP;     // horizontal, linear
-constexpr DWORD kSpinner = 0x00B1;
-constexpr DWORD kEdit = ES_RIGHT | ES_AUTOHSCROLL | WS_BORDER | WS_TABSTOP;
-constexpr DWORD kCheck = BS_AUTOCHECKBOX | WS_TABSTOP;
-constexpr DWORD kList = CBS_DROPDOWNLIST | WS_VSCROLL | WS_TABSTOP;
-constexpr DWORD kCentre = SS_CENTER | SS_NOPREFIX;
+using namespace QxPageStyle;
 
 const QxDialogItem kItems[] = {
     {QX_LOGO_CLASS, QX_PAGE_LOGO, u"", 0, 0, 257, 20, 0},

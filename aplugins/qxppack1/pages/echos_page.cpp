@@ -2,7 +2,6 @@
 #include "aplugins/qxppack1/pages/echos_page.h"
 
 #include <cmath>
-#include <new>
 #include <string>
 
 #include "aplugins/qxppack1/pages/string_ids.h"
@@ -24,24 +23,18 @@ constexpr Range kRanges[] = {
     {IDC_ECHOS_DECAY, 1, 200, 100},         {IDC_ECHOS_DECAY_MULT, 1, 32000, 1000},
 };
 
-// Each edit box: the parameter's scale (stored value per unit typed) and its bit in pendingEdits_.
+// Each edit box and its parameter's scale (stored value per unit typed).
 struct EditRule {
   int id;
   double scale;
-  unsigned bit;
 };
 constexpr EditRule kEdits[] = {
-    {IDC_ECHOS_DELAY_EDIT, 1000.0, 1},
-    {IDC_ECHOS_DECAY_EDIT, 10.0, 2},
-    {IDC_ECHOS_DELAY_MULT_EDIT, 1000.0, 4},
-    {IDC_ECHOS_DECAY_MULT_EDIT, 1000.0, 8},
+    {IDC_ECHOS_DELAY_EDIT, 1000.0},
+    {IDC_ECHOS_DECAY_EDIT, 10.0},
+    {IDC_ECHOS_DELAY_MULT_EDIT, 1000.0},
+    {IDC_ECHOS_DECAY_MULT_EDIT, 1000.0},
 };
 
-int32_t Read(HRESULT (IQxEchosProp2::*get)(int32_t*), IQxEchosProp2* p) {
-  int32_t v = 0;
-  (p->*get)(&v);
-  return v;
-}
 
 void FillNotes(HWND list, UINT key) {
   SendMessage(list, CB_RESETCONTENT, 0, 0);
@@ -65,98 +58,75 @@ std::u16string Multiplier(int32_t v) {
 }  // namespace
 
 CUnknown* CQxEchosPropPage::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
-  auto* page = new (std::nothrow) CQxEchosPropPage(outer);
-  if (hr) *hr = page ? S_OK : E_OUTOFMEMORY;
-  return page;
+  return QxCreatePage<CQxEchosPropPage>(outer, hr);
 }
 
-CQxEchosPropPage::CQxEchosPropPage(LPUNKNOWN outer) : CQxPropPage("Simple Delay page", outer, kLayout) {
+CQxEchosPropPage::CQxEchosPropPage(LPUNKNOWN outer) : CQxBypassPropPage("Simple Delay page", outer, kLayout) {
   QxUi_AddDialogTemplate(QxPages_Instance(), IDD_ECHOS_PAGE, QxEchosPage_Template());
-  auto bind = [this](int id, int page, HRESULT (IQxEchosProp2::*set)(int32_t), HRESULT (IQxEchosProp2::*begin)(),
-                     HRESULT (IQxEchosProp2::*end)()) {
-    QxPageBinding b;
-    b.control = id;
-    b.pageStep = page;
-    b.set = [this, set](int32_t v) { (P()->*set)(v); };
-    b.begin = [this, begin] { (P()->*begin)(); };
-    b.end = [this, end] { (P()->*end)(); };
-    bindings_.push_back(std::move(b));
-  };
   using I = IQxEchosProp2;
-  bind(IDC_ECHOS_DRY, 10, &I::SetDryOut, &I::BeginDryOut, &I::EndDryOut);
-  bind(IDC_ECHOS_DELAYOUT, 10, &I::SetDelayOut, &I::BeginDelayOut, &I::EndDelayOut);
-  bind(IDC_ECHOS_DELAY, 100, &I::SetDelayTime, &I::BeginDelayTime, &I::EndDelayTime);
-  bind(IDC_ECHOS_DECAY, 10, &I::SetDecayTime, &I::BeginDecayTime, &I::EndDecayTime);
-  bind(IDC_ECHOS_DELAY_MULT, 1000, &I::SetDelayMultiplier, &I::BeginDelayMultiplier, &I::EndDelayMultiplier);
-  bind(IDC_ECHOS_DECAY_MULT, 1000, &I::SetDecayMultiplier, &I::BeginDecayMultiplier, &I::EndDecayMultiplier);
+  Bind(IDC_ECHOS_DRY, 10, &I::SetDryOut, &I::BeginDryOut, &I::EndDryOut);
+  Bind(IDC_ECHOS_DELAYOUT, 10, &I::SetDelayOut, &I::BeginDelayOut, &I::EndDelayOut);
+  Bind(IDC_ECHOS_DELAY, 100, &I::SetDelayTime, &I::BeginDelayTime, &I::EndDelayTime);
+  Bind(IDC_ECHOS_DECAY, 10, &I::SetDecayTime, &I::BeginDecayTime, &I::EndDecayTime);
+  Bind(IDC_ECHOS_DELAY_MULT, 1000, &I::SetDelayMultiplier, &I::BeginDelayMultiplier, &I::EndDelayMultiplier);
+  Bind(IDC_ECHOS_DECAY_MULT, 1000, &I::SetDecayMultiplier, &I::BeginDecayMultiplier, &I::EndDecayMultiplier);
+  TrackEdits({IDC_ECHOS_DELAY_EDIT, IDC_ECHOS_DECAY_EDIT, IDC_ECHOS_DELAY_MULT_EDIT, IDC_ECHOS_DECAY_MULT_EDIT});
 }
 
 HRESULT CQxEchosPropPage::RegisterNotify(HWND window, uint16_t id) { return P()->RegisterWindow(window, id); }
 
-int32_t CQxEchosPropPage::BypassState() { return Read(&IQxEchosProp2::GetBypass, P()); }
-
-void CQxEchosPropPage::ToggleBypass() { P()->SetBypass(BypassState() ? 0 : 1); }
-
 void CQxEchosPropPage::InitControls() {
-  for (const Range& r : kRanges) {
-    HWND w = Item(r.id);
-    SendMessage(w, QXCM_SETMIN, 0, r.lo);
-    SendMessage(w, QXCM_SETMAX, 0, r.hi);
-    SendMessage(w, QXCM_SETDEFAULT, 0, r.mark);
-  }
+  for (const Range& r : kRanges) SetRange(r.id, r.lo, r.hi, r.mark);
   FillNotes(Item(IDC_ECHOS_DELAY_NOTE), IDS_ECHOS_DELAY_NOTES);
   FillNotes(Item(IDC_ECHOS_DECAY_NOTE), IDS_ECHOS_DECAY_NOTES);
   for (const EditRule& e : kEdits) SendMessage(Item(e.id), EM_LIMITTEXT, 15, 0);
 }
 
-void CQxEchosPropPage::SetPosition(int id, int32_t value) { SendMessage(Item(id), QXCM_SETVALUE, 1, value); }
-
 void CQxEchosPropPage::Refresh(int id, bool force) {
   if (!P() || !m_hwnd) return;
-  IQxEchosProp2* p = P();
   using I = IQxEchosProp2;
   const bool all = id == 0 || id == QX_PAGE_NOTIFY_ID;
   const bool move = all || force;
   auto is = [&](int a, int b = -1, int c = -1) { return all || id == a || id == b || id == c; };
   refreshing_ = true;
   if (is(IDC_ECHOS_DRY, IDC_ECHOS_DRY_TEXT)) {
-    int32_t v = Read(&I::GetDryOut, p);
+    int32_t v = Read(&I::GetDryOut);
     if (move) SetPosition(IDC_ECHOS_DRY, v);
     QxSetDlgItemTextNoFlash(m_hwnd, IDC_ECHOS_DRY_TEXT, u"%s", QxGetdBStringFixed(v, 1, -800, 1));
   }
   if (is(IDC_ECHOS_DELAYOUT, IDC_ECHOS_DELAYOUT_TEXT)) {
-    int32_t v = Read(&I::GetDelayOut, p);
+    int32_t v = Read(&I::GetDelayOut);
     if (move) SetPosition(IDC_ECHOS_DELAYOUT, v);
     QxSetDlgItemTextNoFlash(m_hwnd, IDC_ECHOS_DELAYOUT_TEXT, u"%s", QxGetdBStringFixed(v, 1, -800, 1));
   }
   if (is(IDC_ECHOS_DELAY, IDC_ECHOS_DELAY_EDIT)) {
-    int32_t v = Read(&I::GetDelayTime, p);
+    int32_t v = Read(&I::GetDelayTime);
     if (move || id == IDC_ECHOS_DELAY_EDIT) SetPosition(IDC_ECHOS_DELAY, v);
     QxSetDlgItemTextNoFlash(m_hwnd, IDC_ECHOS_DELAY_EDIT, u"%s", QxGetLabeledStringFixed(v, 3, 0, nullptr));
   }
   if (is(IDC_ECHOS_DECAY, IDC_ECHOS_DECAY_EDIT)) {
-    int32_t v = Read(&I::GetDecayTime, p);
+    int32_t v = Read(&I::GetDecayTime);
     if (move || id == IDC_ECHOS_DECAY_EDIT) SetPosition(IDC_ECHOS_DECAY, v);
     QxSetDlgItemTextNoFlash(m_hwnd, IDC_ECHOS_DECAY_EDIT, u"%s", QxGetLabeledStringFixed(v, 1, 0, nullptr));
   }
   if (is(IDC_ECHOS_DELAY_MULT, IDC_ECHOS_DELAY_MULT_EDIT)) {
-    int32_t v = Read(&I::GetDelayMultiplier, p);
+    int32_t v = Read(&I::GetDelayMultiplier);
     if (move || id == IDC_ECHOS_DELAY_MULT_EDIT) SetPosition(IDC_ECHOS_DELAY_MULT, v);
     QxSetDlgItemTextNoFlash(m_hwnd, IDC_ECHOS_DELAY_MULT_EDIT, u"%s", Multiplier(v).c_str());
   }
   if (is(IDC_ECHOS_DECAY_MULT, IDC_ECHOS_DECAY_MULT_EDIT)) {
-    int32_t v = Read(&I::GetDecayMultiplier, p);
+    int32_t v = Read(&I::GetDecayMultiplier);
     if (move || id == IDC_ECHOS_DECAY_MULT_EDIT) SetPosition(IDC_ECHOS_DECAY_MULT, v);
     QxSetDlgItemTextNoFlash(m_hwnd, IDC_ECHOS_DECAY_MULT_EDIT, u"%s", Multiplier(v).c_str());
   }
   if (is(IDC_ECHOS_DELAY_NOTE) && !listOpen_[0])
-    SendDlgItemMessage(m_hwnd, IDC_ECHOS_DELAY_NOTE, CB_SETCURSEL, static_cast<WPARAM>(Read(&I::GetDelayNote, p)), 0);
+    SendDlgItemMessage(m_hwnd, IDC_ECHOS_DELAY_NOTE, CB_SETCURSEL, static_cast<WPARAM>(Read(&I::GetDelayNote)), 0);
   if (is(IDC_ECHOS_DECAY_NOTE) && !listOpen_[1])
-    SendDlgItemMessage(m_hwnd, IDC_ECHOS_DECAY_NOTE, CB_SETCURSEL, static_cast<WPARAM>(Read(&I::GetDecayNote, p)), 0);
+    SendDlgItemMessage(m_hwnd, IDC_ECHOS_DECAY_NOTE, CB_SETCURSEL, static_cast<WPARAM>(Read(&I::GetDecayNote)), 0);
   if (move) {
-    CheckDlgButton(m_hwnd, IDC_ECHOS_SYNC_DELAY, Read(&I::GetTempoSyncDelay, p) ? BST_CHECKED : BST_UNCHECKED);
-    CheckDlgButton(m_hwnd, IDC_ECHOS_MULTIPLE, Read(&I::GetMultipleDelays, p) ? BST_CHECKED : BST_UNCHECKED);
-    CheckDlgButton(m_hwnd, IDC_ECHOS_SYNC_DECAY, Read(&I::GetTempoSyncDecay, p) ? BST_CHECKED : BST_UNCHECKED);
+    CheckDlgButton(m_hwnd, IDC_ECHOS_SYNC_DELAY, Read(&I::GetTempoSyncDelay) ? BST_CHECKED : BST_UNCHECKED);
+    CheckDlgButton(m_hwnd, IDC_ECHOS_MULTIPLE, Read(&I::GetMultipleDelays) ? BST_CHECKED : BST_UNCHECKED);
+    CheckDlgButton(m_hwnd, IDC_ECHOS_SYNC_DECAY, Read(&I::GetTempoSyncDecay) ? BST_CHECKED : BST_UNCHECKED);
   }
   refreshing_ = false;
   UpdateEnabling();
@@ -165,16 +135,16 @@ void CQxEchosPropPage::Refresh(int id, bool force) {
 void CQxEchosPropPage::UpdateEnabling() {
   IQxEchosProp2* p = P();
   using I = IQxEchosProp2;
-  const bool t = Read(&I::GetTempoSyncDelay, p) != 0, m = Read(&I::GetMultipleDelays, p) != 0,
-             d = Read(&I::GetTempoSyncDecay, p) != 0, map = p->HasTempoMap() == 1;
-  for (int id : {IDC_ECHOS_DELAY, IDC_ECHOS_DELAY_LABEL}) Enable(id, !t);
+  const bool t = Read(&I::GetTempoSyncDelay) != 0, m = Read(&I::GetMultipleDelays) != 0,
+             d = Read(&I::GetTempoSyncDecay) != 0, map = p->HasTempoMap() == 1;
+  Enable({IDC_ECHOS_DELAY, IDC_ECHOS_DELAY_LABEL}, !t);
   if (!delayMoving_) Enable(IDC_ECHOS_DELAY_EDIT, !t);
-  for (int id : {IDC_ECHOS_DELAY_MULT_EDIT, IDC_ECHOS_DELAY_MULT, IDC_ECHOS_DELAY_NOTE}) Enable(id, t);
-  for (int id : {IDC_ECHOS_DECAY, IDC_ECHOS_DECAY_LABEL}) Enable(id, m && !d);
+  Enable({IDC_ECHOS_DELAY_MULT_EDIT, IDC_ECHOS_DELAY_MULT, IDC_ECHOS_DELAY_NOTE}, t);
+  Enable({IDC_ECHOS_DECAY, IDC_ECHOS_DECAY_LABEL}, m && !d);
   if (!decayMoving_) Enable(IDC_ECHOS_DECAY_EDIT, m && !d);
   Enable(IDC_ECHOS_SYNC_DELAY, map);
   Enable(IDC_ECHOS_SYNC_DECAY, m && map);
-  for (int id : {IDC_ECHOS_DECAY_MULT_EDIT, IDC_ECHOS_DECAY_MULT, IDC_ECHOS_DECAY_NOTE}) Enable(id, m && d);
+  Enable({IDC_ECHOS_DECAY_MULT_EDIT, IDC_ECHOS_DECAY_MULT, IDC_ECHOS_DECAY_NOTE}, m && d);
 }
 
 void CQxEchosPropPage::OnFollow() {
@@ -218,7 +188,6 @@ void CQxEchosPropPage::OnFollow() {
 void CQxEchosPropPage::CommitEdit(int id) {
   for (const EditRule& e : kEdits) {
     if (e.id != id) continue;
-    pendingEdits_ &= ~e.bit;
     WCHAR text[16] = {};
     GetDlgItemTextW(m_hwnd, id, text, 16);
     // Rounded to the stored unit, and kept inside 32 bits; the setter clamps to the range.
@@ -237,14 +206,9 @@ void CQxEchosPropPage::CommitEdit(int id) {
   }
 }
 
-HRESULT CQxEchosPropPage::OnApplyChanges() {
-  for (const EditRule& e : kEdits)
-    if (pendingEdits_ & e.bit) CommitEdit(e.id);
-  return S_OK;
-}
-
 bool CQxEchosPropPage::OnCommand(int id, int code, HWND) {
   IQxEchosProp2* p = P();
+  using I = IQxEchosProp2;
   const bool checked = IsDlgButtonChecked(m_hwnd, id) == BST_CHECKED;
   switch (id) {
     case IDC_ECHOS_SYNC_DELAY:
@@ -257,33 +221,14 @@ bool CQxEchosPropPage::OnCommand(int id, int code, HWND) {
       UpdateEnabling();
       return true;
     case IDC_ECHOS_DELAY_NOTE:
-    case IDC_ECHOS_DECAY_NOTE: {
-      const int which = id == IDC_ECHOS_DELAY_NOTE ? 0 : 1;
-      if (code == CBN_SELCHANGE) {
-        const auto sel = static_cast<int32_t>(SendDlgItemMessage(m_hwnd, id, CB_GETCURSEL, 0, 0));
-        if (sel >= 0) which ? p->SetDecayNote(sel) : p->SetDelayNote(sel);
-      } else if (code == CBN_DROPDOWN) {
-        listOpen_[which] = 1;
-        which ? p->BeginDecayNote() : p->BeginDelayNote();
-      } else if (code == CBN_CLOSEUP) {
-        listOpen_[which] = 0;
-        which ? p->EndDecayNote() : p->EndDelayNote();
-      } else {
-        return false;
-      }
-      return true;
-    }
+      return ListCommand(id, code, listOpen_[0], &I::SetDelayNote, &I::BeginDelayNote, &I::EndDelayNote);
+    case IDC_ECHOS_DECAY_NOTE:
+      return ListCommand(id, code, listOpen_[1], &I::SetDecayNote, &I::BeginDecayNote, &I::EndDecayNote);
     case IDC_ECHOS_DELAY_EDIT:
     case IDC_ECHOS_DECAY_EDIT:
     case IDC_ECHOS_DELAY_MULT_EDIT:
     case IDC_ECHOS_DECAY_MULT_EDIT:
-      if (code == EN_CHANGE && !refreshing_) {
-        for (const EditRule& e : kEdits)
-          if (e.id == id) pendingEdits_ |= e.bit;
-        SetDirty();
-      } else if (code == EN_KILLFOCUS) {
-        CommitEdit(id);
-      }
+      EditCommand(id, code);
       return true;
   }
   return false;

@@ -34,7 +34,7 @@ enum QxEchosPageId : int {
 // The dialog template, 257 by 208 dialog units.
 const QxDialogTemplate* QxEchosPage_Template();
 
-class CQxEchosPropPage final : public CQxPropPage {
+class CQxEchosPropPage final : public CQxBypassPropPage<IQxEchosProp2> {
  public:
   static CUnknown* CreateInstance(LPUNKNOWN outer, HRESULT* hr);
   explicit CQxEchosPropPage(LPUNKNOWN outer);
@@ -45,20 +45,12 @@ class CQxEchosPropPage final : public CQxPropPage {
   void Refresh(int id, bool force) override;
   void OnFollow() override;
   bool OnCommand(int id, int code, HWND control) override;
-  int32_t BypassState() override;
-  void ToggleBypass() override;
-  HRESULT OnApplyChanges() override;
+  void CommitEdit(int id) override;
 
  private:
-  IQxEchosProp2* P() const { return Prop<IQxEchosProp2>(); }
   void UpdateEnabling();
-  // Reads an edit box and sets its parameter through the setter's clamp.
-  void CommitEdit(int id);
-  void SetPosition(int id, int32_t value);
 
-  bool refreshing_ = false;      // texts being written by Refresh, not typed
-  unsigned pendingEdits_ = 0;    // edits typed into since they were last read, one bit each
-  int listOpen_[2] = {0, 0};     // 8009, 8012: the drop-down is open
+  bool listOpen_[2] = {};        // 8009, 8012: the drop-down is open
   bool delayMoving_ = false;     // automation moves DelayTime (3014 greyed)
   bool decayMoving_ = false;
 };

@@ -173,6 +173,41 @@ void CQxPropPage::Enable(int id, bool on) const {
   if (HWND w = Item(id)) EnableWindow(w, on);
 }
 
+void CQxPropPage::Enable(std::initializer_list<int> ids, bool on) const {
+  for (int id : ids) Enable(id, on);
+}
+
+void CQxPropPage::SetRange(int id, int lo, int hi, int mark) const {
+  HWND w = Item(id);
+  SendMessage(w, QXCM_SETMIN, 0, lo);
+  SendMessage(w, QXCM_SETMAX, 0, hi);
+  SendMessage(w, QXCM_SETDEFAULT, 0, mark);
+}
+
+void CQxPropPage::SetPosition(int id, int32_t value) const { SendMessage(Item(id), QXCM_SETVALUE, 1, value); }
+
+void CQxPropPage::EditCommand(int id, int code) {
+  for (size_t i = 0; i < edits_.size(); ++i) {
+    if (edits_[i] != id) continue;
+    if (code == EN_CHANGE && !refreshing_) {
+      pending_ |= 1u << i;
+      SetDirty();
+    } else if (code == EN_KILLFOCUS) {
+      pending_ &= ~(1u << i);
+      CommitEdit(id);
+    }
+  }
+}
+
+HRESULT CQxPropPage::OnApplyChanges() {
+  for (size_t i = 0; i < edits_.size(); ++i)
+    if (pending_ & (1u << i)) {
+      pending_ &= ~(1u << i);
+      CommitEdit(edits_[i]);
+    }
+  return S_OK;
+}
+
 void CQxPropPage::FreeBitmaps() {
   for (HANDLE& b : bitmaps_) {
     if (b) DeleteObject(b);

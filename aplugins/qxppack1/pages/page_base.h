@@ -3,14 +3,14 @@
 // scroll bracket around the value controls.
 //
 // How a page uses it (the Simple Delay page, echos_page.cpp, is the worked example):
-//  1. Derive from CQxPropPage and pass a QxPageLayout: dialog number n001, title string n000, the
-//     catalogue number of the effect's name (the strip's title), the control interface's IID and
-//     whether the page follows automation with the 50 ms timer.
+//  1. Derive from CQxPropPage (or CQxBypassPropPage<I>) and pass a QxPageLayout: dialog number
+//     n001, title string n000, the catalogue number of the effect's name (the strip's title), the
+//     control interface's IID and whether the page follows automation with the 50 ms timer.
 //  2. In the page's constructor register its dialog template (a QxDialogTemplate table in
 //     <effect>_dialog.cpp) with QxUi_AddDialogTemplate(QxPages_Instance(), n001, &template); give the
-//     page a static CreateInstance and put it in its class table row (module/class_table.cpp). Add
-//     the page's files to qx_pages in pages/CMakeLists.txt and its tests as tests/pages/*_test.cpp
-//     (page_rig.h opens a filter's page in a headless frame).
+//     page a static CreateInstance (QxCreatePage<Page>) and put it in its class table row
+//     (module/class_table.cpp). Add the page's files to qx_pages in pages/CMakeLists.txt and its
+//     tests as tests/pages/*_test.cpp (page_rig.h opens a filter's page in a headless frame).
 //  3. Override RegisterNotify (the interface's RegisterWindow / RegisterNotifyWindow), Refresh(id,
 //     force) (id 0 means all; 32700 arrives as 0), and as needed InitControls (ranges, marks, lists,
 //     run once at WM_INITDIALOG before the first Refresh), OnFollow (each timer tick), OnCommand
@@ -19,6 +19,9 @@
 //     handles WM_HSCROLL / WM_VSCROLL itself: the control's ..._DefScrollProc gives the new value,
 //     Begin runs for codes 0, 1, 2, 3, 6, 7 and 9, Set always, End on 8, then Refresh(control).
 //     A binding may leave begin and end empty, or set `custom` to take the scroll itself.
+//     Bind(control, pageStep, &I::SetX, &I::BeginX, &I::EndX) makes the usual one. An effect with
+//     a bypass switch derives from CQxBypassPropPage<I> instead, which shows and toggles it; typed
+//     edit boxes go through TrackEdits / EditCommand / CommitEdit, note lists through ListCommand.
 //  5. Reach the interface with Prop<IQxSomethingProp>(); it is null while disconnected, and every
 //     handler must then do nothing.
 // The base handles: 40500..40999 (preset rows 1 upward, then refresh all), 41000 (help at the
@@ -28,6 +31,8 @@
 #pragma once
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -72,6 +77,15 @@ void QxPageScrollBracket(const QxPageBinding& binding, int code, int32_t value);
 // The strip's title: every "LUMEA " cut out of `name`.
 std::u16string QxPageStripTitle(const WCHAR* name);
 
+// A page's CreateInstance: the page made over `outer`, or null with E_OUTOFMEMORY.
+template <class Page>
+CUnknown* QxCreatePage(LPUNKNOWN outer, HRESULT* hr) {
+  auto* page = new (std::nothrow) Page(outer);
+  if (hr) *hr = page ? S_OK : E_OUTOFMEMORY;
+  return page;
+}
+
+
 class CQxPropPage : public CBasePropertyPage {
  public:
   CQxPropPage(const char* name, LPUNKNOWN outer, const QxPageLayout& layout);
@@ -103,10 +117,63 @@ class CQxPropPage : public CBasePropertyPage {
   I* Prop() const {
     return static_cast<I*>(static_cast<IUnknown*>(control_));
   }
+  // A parameter through its getter; 0 when the getter leaves it alone.
+  template <class I>
+  int32_t Read(HRESULT (I::*get)(int32_t*)) const {
+    int32_t v = 0;
+    (Prop<I>()->*get)(&v);
+    return v;
+  }
   IStaticFilterPreset* Presets() const { return presets_; }
   IUnknown* Object() const { return object_; }
   HWND Item(int id) const { return GetDlgItem(m_hwnd, id); }
   void Enable(int id, bool on) const;
+  void Enable(std::initializer_list<int> ids, bool on) const;
+  // A value control's range and the mark a double click returns to, and its position.
+  void SetRange(int id, int lo, int hi, int mark) const;
+  void SetPosition(int id, int32_t value) const;
+  // Binds a control to a parameter's setter and its Begin/End bracket, line step 1; answers the
+  // binding for a page to adjust before the next one is added.
+  template <class I>
+  QxPageBinding& Bind(int id, int pageStep, HRESULT (I::*set)(int32_t), HRESULT (I::*begin)(),
+                      HRESULT (I::*end)()) {
+    QxPageBinding b;
+    b.control = id;
+    b.pageStep = pageStep;
+    b.set = [this, set](int32_t v) { (Prop<I>()->*set)(v); };
+    b.begin = [this, begin] { (Prop<I>()->*begin)(); };
+    b.end = [this, end] { (Prop<I>()->*end)(); };
+    bindings_.push_back(std::move(b));
+    return bindings_.back();
+  }
+  // A drop list's notification: a pick sets the parameter to the row, opening and closing the list
+  // bracket the gesture and set `open` (automation leaves an open list alone); false for others.
+  template <class I>
+  bool ListCommand(int id, int code, bool& open, HRESULT (I::*set)(int32_t), HRESULT (I::*begin)(),
+                   HRESULT (I::*end)()) {
+    I* p = Prop<I>();
+    if (code == CBN_SELCHANGE) {
+      const auto row = static_cast<int32_t>(SendDlgItemMessage(m_hwnd, id, CB_GETCURSEL, 0, 0));
+      if (row >= 0) (p->*set)(row);
+    } else if (code == CBN_DROPDOWN) {
+      open = true;
+      (p->*begin)();
+    } else if (code == CBN_CLOSEUP) {
+      open = false;
+      (p->*end)();
+    } else {
+      return false;
+    }
+    return true;
+  }
+  // Typed edit boxes, read when focus leaves them and at Apply. Typing marks a box pending and
+  // the page dirty, unless the page itself is writing it (refreshing_ set around Refresh's texts);
+  // CommitEdit reads one box into its parameter.
+  void TrackEdits(std::initializer_list<int> ids) { edits_.assign(ids); }
+  // EN_CHANGE and EN_KILLFOCUS of a tracked box; every other code is left alone.
+  void EditCommand(int id, int code);
+  virtual void CommitEdit(int id) {}
+  HRESULT OnApplyChanges() override;
   // The strip: reset, bitmaps, bypass button, About and "?", and the title.
   void SetupLogo();
   void ShowBypass();
@@ -121,6 +188,7 @@ class CQxPropPage : public CBasePropertyPage {
 
   QxPageLayout layout_;
   std::vector<QxPageBinding> bindings_;
+  bool refreshing_ = false;  // texts being written by Refresh, not typed
 
  private:
   void FreeBitmaps();
@@ -128,6 +196,19 @@ class CQxPropPage : public CBasePropertyPage {
   IStaticFilterPreset* presets_ = nullptr;
   IUnknown* object_ = nullptr;
   HANDLE bitmaps_[3] = {};
+  std::vector<int> edits_;  // the tracked edit boxes, in the order Apply reads them
+  unsigned pending_ = 0;    // the boxes typed into since they were last read, one bit each
+};
+
+// A page over control interface I whose effect has a bypass switch (GetBypass / SetBypass): the
+// strip's button shows and toggles it.
+template <class I>
+class CQxBypassPropPage : public CQxPropPage {
+ protected:
+  using CQxPropPage::CQxPropPage;
+  I* P() const { return Prop<I>(); }
+  int32_t BypassState() override { return Read(&I::GetBypass); }
+  void ToggleBypass() override { P()->SetBypass(BypassState() ? 0 : 1); }
 };
 
 // The instance the pages' templates, bitmaps and About box are registered under; registers them

@@ -1,7 +1,10 @@
 // Small helpers the Pitch Shift and Time Stretch pages share for their trackbars, drop lists and
-// edit boxes, in the controls' own messages, and the base of their page logic.
+// edit boxes, in the controls' own messages, the base of their page logic and their page object.
 #pragma once
 #include <cstdint>
+#include <initializer_list>
+
+#include "aplugins/qxppack1/pages/page_base.h"
 
 #include "kernel/controls/window_text.h"
 #include "platform/com/hresult.h"
@@ -48,7 +51,45 @@ class CQxPageLogic {
     return *rate > 0;
   }
   void SetText(int id, const WCHAR* text) { QxSetDlgItemTextNoF(dialog_, id, text); }
+  // The text of edit box `id` when `code` is the user leaving it after typing. Otherwise false, and
+  // the command's answer is `code == EN_KILLFOCUS`: a box left as written is never read back.
+  template <int N>
+  bool Typed(int id, int code, WCHAR (&text)[N]) {
+    return code == EN_KILLFOCUS && QxPage_TypedText(dialog_, id, text, N);
+  }
 
   HWND dialog_ = nullptr;
   Prop* prop_ = nullptr;
+};
+
+// The page object the class table makes: the frame's page with a logic behind it, which takes
+// the initialisation, every refresh and command, and the scrolls of the trackbars `scrolled` (their
+// page steps depend on the parameters).
+template <class Logic, class I>
+class CQxLogicPropPage : public CQxPropPage {
+ protected:
+  CQxLogicPropPage(const char* name, LPUNKNOWN outer, const QxPageLayout& layout, const QxDialogTemplate* dialog,
+                   std::initializer_list<int> scrolled)
+      : CQxPropPage(name, outer, layout) {
+    QxUi_AddDialogTemplate(QxPages_Instance(), layout.dialogId, dialog);
+    for (int id : scrolled) {
+      QxPageBinding b;
+      b.control = id;
+      b.custom = [this](int, HWND control, UINT msg, WPARAM wParam) { Attached().OnScroll(msg, wParam, control); };
+      bindings_.push_back(std::move(b));
+    }
+  }
+  HRESULT RegisterNotify(HWND window, uint16_t id) override {
+    return Prop<I>()->RegisterWindow(window, id, id != 0);
+  }
+  void InitControls() override { Attached().Init(); }
+  void Refresh(int id, bool) override { Attached().Refresh(id); }
+  bool OnCommand(int id, int code, HWND) override { return Attached().OnCommand(id, code) != FALSE; }
+
+ private:
+  Logic& Attached() {
+    logic_.Attach(m_hwnd, Prop<I>());
+    return logic_;
+  }
+  Logic logic_;
 };

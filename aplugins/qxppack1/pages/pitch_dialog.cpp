@@ -1,12 +1,11 @@
 // Dialog 2001, the Pitch Shift page: the shift (semitones, cents and what they come to), the
 // resampler's quality, and the duration (preserved by a splice mode, or the final time).
 #include "aplugins/qxppack1/pages/pitch_page.h"
+#include "aplugins/qxppack1/pages/page_styles.h"
 #include "kernel/controls/control_classes.h"
 
 namespace {
-constexpr DWORD kTrack = 0x0020 | WS_TABSTOP;  // horizontal, linear
-constexpr DWORD kEdit = ES_RIGHT | ES_AUTOHSCROLL | WS_BORDER | WS_TABSTOP;
-constexpr DWORD kCheck = BS_AUTOCHECKBOX | WS_TABSTOP;
+using namespace QxPageStyle;
 const QxDialogItem kItems[] = {
     {QX_LOGO_CLASS, 2, u"", 0, 0, 257, 20, 0},
 

@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <new>
 
 #include "aplugins/qxppack1/pages/page_controls.h"
 #include "aplugins/qxppack1/pages/string_ids.h"
@@ -17,8 +16,6 @@
 #include "kernel/services/qx_valuetext.h"
 
 namespace {
-// The refresh identifier that stands for "all": the page's own change-notification identifier.
-constexpr int kRefreshAll = 32700;
 // Final times span a shift of -50 to +50 semitones, and a little more.
 constexpr double kShortestFactor = 0.052467637559037675;
 constexpr double kLongestFactor = 19.05900351317871;
@@ -64,7 +61,7 @@ void CQxPitchsPageLogic::Init() {
 
 void CQxPitchsPageLogic::Refresh(int control) {
   if (!dialog_ || !prop_) return;
-  if (control == kRefreshAll) control = 0;
+  if (control == QX_PAGE_NOTIFY_ID) control = 0;
   int32_t preserve = 0, semitones = 0, cents = 0;
   prop_->GetPreserveDuration(&preserve);
 
@@ -176,8 +173,7 @@ BOOL CQxPitchsPageLogic::OnCommand(int id, int code) {
       break;
     }
     case IDC_PITCHS_SEMITONES_EDIT: {
-      if (code != EN_KILLFOCUS) return FALSE;
-      if (!QxPage_TypedText(dialog_, id, text, 80)) return TRUE;
+      if (!Typed(id, code, text)) return code == EN_KILLFOCUS;
       int32_t value = QxTextToLongToken(text, nullptr), preserve = 0;
       prop_->GetPreserveDuration(&preserve);
       const int32_t limit = preserve ? QX_PITCHS_PRESERVED_SEMITONES : QX_PITCHS_MAX_SEMITONES;
@@ -186,16 +182,14 @@ BOOL CQxPitchsPageLogic::OnCommand(int id, int code) {
       break;
     }
     case IDC_PITCHS_CENTS_EDIT: {
-      if (code != EN_KILLFOCUS) return FALSE;
-      if (!QxPage_TypedText(dialog_, id, text, 80)) return TRUE;
+      if (!Typed(id, code, text)) return code == EN_KILLFOCUS;
       // The setter clamps; bounding first keeps the conversion defined for any typed number.
       const double cents = std::trunc(QxTextToDoubleToken(text, nullptr) * 10.0);
       prop_->SetCents(static_cast<int32_t>(cents < -1e6 ? -1e6 : cents > 1e6 ? 1e6 : cents));
       break;
     }
     case IDC_PITCHS_TIME: {
-      if (code != EN_KILLFOCUS) return FALSE;
-      if (!QxPage_TypedText(dialog_, id, text, 80)) return TRUE;
+      if (!Typed(id, code, text)) return code == EN_KILLFOCUS;
       uint32_t rate = 0;
       SampleRate(&rate);
       prop_->SetInitialTime(QxClockFrames(QxParseDigitGroups(text), rate));
@@ -236,38 +230,9 @@ constexpr QxPageLayout kLayout{QX_PITCHS_DIALOG, IDS_PITCHS_TITLE, IDS_PITCHS_NA
 }  // namespace
 
 CUnknown* CQxPitchsPropPage::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
-  auto* page = new (std::nothrow) CQxPitchsPropPage(outer);
-  if (hr) *hr = page ? S_OK : E_OUTOFMEMORY;
-  return page;
+  return QxCreatePage<CQxPitchsPropPage>(outer, hr);
 }
 
-CQxPitchsPropPage::CQxPitchsPropPage(LPUNKNOWN outer) : CQxPropPage("Pitch Shift page", outer, kLayout) {
-  QxUi_AddDialogTemplate(QxPages_Instance(), QX_PITCHS_DIALOG, QxPitchsPage_Template());
-  // The logic takes the trackbars' scrolls itself: their page steps depend on the parameters.
-  for (int id : {IDC_PITCHS_SEMITONES, IDC_PITCHS_CENTS, IDC_PITCHS_ACCURACY}) {
-    QxPageBinding b;
-    b.control = id;
-    b.custom = [this](int, HWND control, UINT msg, WPARAM wParam) {
-      logic_.Attach(m_hwnd, P());
-      logic_.OnScroll(msg, wParam, control);
-    };
-    bindings_.push_back(std::move(b));
-  }
-}
-
-HRESULT CQxPitchsPropPage::RegisterNotify(HWND window, uint16_t id) { return P()->RegisterWindow(window, id, id != 0); }
-
-void CQxPitchsPropPage::InitControls() {
-  logic_.Attach(m_hwnd, P());
-  logic_.Init();
-}
-
-void CQxPitchsPropPage::Refresh(int id, bool) {
-  logic_.Attach(m_hwnd, P());
-  logic_.Refresh(id);
-}
-
-bool CQxPitchsPropPage::OnCommand(int id, int code, HWND) {
-  logic_.Attach(m_hwnd, P());
-  return logic_.OnCommand(id, code) != FALSE;
-}
+CQxPitchsPropPage::CQxPitchsPropPage(LPUNKNOWN outer)
+    : CQxLogicPropPage("Pitch Shift page", outer, kLayout, QxPitchsPage_Template(),
+                       {IDC_PITCHS_SEMITONES, IDC_PITCHS_CENTS, IDC_PITCHS_ACCURACY}) {}

@@ -61,18 +61,8 @@ class CQxPitchsPageLogic : public CQxPageLogic<IQxPitchsProp> {
 };
 
 // The page object the class table makes: the frame's page with the logic above behind it.
-class CQxPitchsPropPage final : public CQxPropPage {
+class CQxPitchsPropPage final : public CQxLogicPropPage<CQxPitchsPageLogic, IQxPitchsProp> {
  public:
   static CUnknown* CreateInstance(LPUNKNOWN outer, HRESULT* hr);
   explicit CQxPitchsPropPage(LPUNKNOWN outer);
-
- protected:
-  HRESULT RegisterNotify(HWND window, uint16_t id) override;
-  void InitControls() override;
-  void Refresh(int id, bool force) override;
-  bool OnCommand(int id, int code, HWND control) override;
-
- private:
-  IQxPitchsProp* P() const { return Prop<IQxPitchsProp>(); }
-  CQxPitchsPageLogic logic_;
 };

@@ -1,16 +1,12 @@
 // The Reverb page's dialog template: the strip on top, the three level faders beside the two
 // lists, and below them the decay and pre-delay trackbars beside the two filters.
 #include "aplugins/qxppack1/pages/reverb_page.h"
+#include "aplugins/qxppack1/pages/page_styles.h"
 #include "kernel/controls/control_classes.h"
 
 namespace {
-constexpr DWORD kFader = 0x0081 | WS_TABSTOP;  // vertical, curved, one value
-constexpr DWORD kTrack = 0x0020 | WS_TABSTOP;  // horizontal, linear
-constexpr DWORD kEdit = ES_RIGHT | ES_AUTOHSCROLL | WS_BORDER | WS_TABSTOP;
-constexpr DWORD kCheck = BS_AUTOCHECKBOX | BS_MULTILINE | WS_TABSTOP;
-constexpr DWORD kList = CBS_DROPDOWNLIST | WS_VSCROLL | WS_TABSTOP;
-constexpr DWORD kCentre = SS_CENTER | SS_NOPREFIX;
-constexpr DWORD kValue = SS_RIGHT | SS_NOPREFIX;
+using namespace QxPageStyle;
+constexpr DWORD kLongCheck = kCheck | BS_MULTILINE;  // its long label on two lines
 
 const QxDialogItem kItems[] = {
     {QX_LOGO_CLASS, QX_PAGE_LOGO, u"", 0, 0, 254, 20, 0},
@@ -42,10 +38,10 @@ const QxDialogItem kItems[] = {
     {u"STATIC", IDC_REVERB_PREDELAY_TEXT, u"Off", 96, 171, 26, 9, kValue},
 
     // The filters: a switch, then the frequency as a trackbar and a box.
-    {u"BUTTON", IDC_REVERB_BASS_ON, u"Attenuate bass freqs. belo&w (10 to 5,000 Hz):", 130, 124, 120, 17, kCheck},
+    {u"BUTTON", IDC_REVERB_BASS_ON, u"Attenuate bass freqs. belo&w (10 to 5,000 Hz):", 130, 124, 120, 17, kLongCheck},
     {QX_TRACKBAR_CLASS, IDC_REVERB_BASS, u"", 126, 141, 88, 14, kTrack},
     {u"EDIT", IDC_REVERB_BASS_EDIT, u"", 216, 142, 34, 12, kEdit},
-    {u"BUTTON", IDC_REVERB_HIGH_ON, u"Attenuate high freqs. ab&ove (100 to 15,000 Hz):", 130, 158, 120, 17, kCheck},
+    {u"BUTTON", IDC_REVERB_HIGH_ON, u"Attenuate high freqs. ab&ove (100 to 15,000 Hz):", 130, 158, 120, 17, kLongCheck},
     {QX_TRACKBAR_CLASS, IDC_REVERB_HIGH, u"", 126, 175, 88, 14, kTrack},
     {u"EDIT", IDC_REVERB_HIGH_EDIT, u"", 216, 176, 34, 12, kEdit},
 };

@@ -2,8 +2,8 @@
 // that follows automation and locks a frequency edit while automation drives it.
 #include "aplugins/qxppack1/pages/reverb_page.h"
 
-#include <new>
 
+#include "aplugins/qxppack1/pages/page_controls.h"
 #include "aplugins/qxppack1/pages/string_ids.h"
 #include "kernel/controls/control_messages.h"
 #include "kernel/controls/trackbar.h"
@@ -40,19 +40,6 @@ constexpr struct {
 };
 
 using Getter = HRESULT (IQxReverbProp2::*)(int32_t*);
-int32_t Read(Getter get, IQxReverbProp2* p) {
-  int32_t v = 0;
-  (p->*get)(&v);
-  return v;
-}
-
-void FillList(HWND list, const WCHAR* const* names, int count) {
-  SendMessage(list, CB_RESETCONTENT, 0, 0);
-  for (int i = 0; i < count; ++i) {
-    const auto at = SendMessage(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(names[i]));
-    SendMessage(list, CB_SETITEMDATA, static_cast<WPARAM>(at), i);
-  }
-}
 }  // namespace
 
 DWORD QxReverbPage_HelpTopic(int control) {
@@ -62,45 +49,25 @@ DWORD QxReverbPage_HelpTopic(int control) {
 }
 
 CUnknown* CQxReverbPropPage::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
-  auto* page = new (std::nothrow) CQxReverbPropPage(outer);
-  if (hr) *hr = page ? S_OK : E_OUTOFMEMORY;
-  return page;
+  return QxCreatePage<CQxReverbPropPage>(outer, hr);
 }
 
-CQxReverbPropPage::CQxReverbPropPage(LPUNKNOWN outer) : CQxPropPage("Reverb page", outer, kLayout) {
+CQxReverbPropPage::CQxReverbPropPage(LPUNKNOWN outer) : CQxBypassPropPage("Reverb page", outer, kLayout) {
   QxUi_AddDialogTemplate(QxPages_Instance(), IDD_REVERB_PAGE, QxReverbPage_Template());
   using I = IQxReverbProp2;
-  auto bind = [this](int id, int page, HRESULT (I::*set)(int32_t), HRESULT (I::*begin)(), HRESULT (I::*end)()) {
-    QxPageBinding b;
-    b.control = id;
-    b.pageStep = page;
-    b.set = [this, set](int32_t v) { (P()->*set)(v); };
-    b.begin = [this, begin] { (P()->*begin)(); };
-    b.end = [this, end] { (P()->*end)(); };
-    bindings_.push_back(std::move(b));
-  };
-  bind(IDC_REVERB_DRY, 10, &I::SetDryOut, &I::BeginDryOutEdit, &I::EndDryOutEdit);
-  bind(IDC_REVERB_WET, 10, &I::SetReverbOut, &I::BeginReverbOutEdit, &I::EndReverbOutEdit);
-  bind(IDC_REVERB_EARLY, 10, &I::SetEarlyOut, &I::BeginEarlyOutEdit, &I::EndEarlyOutEdit);
-  bind(IDC_REVERB_DECAY, 10, &I::SetDecayTime, &I::BeginDecayTimeEdit, &I::EndDecayTimeEdit);
-  bind(IDC_REVERB_PREDELAY, 10, &I::SetPreDelay, &I::BeginPreDelayEdit, &I::EndPreDelayEdit);
-  bind(IDC_REVERB_BASS, 100, &I::SetBassFrequency, &I::BeginBassFrequencyEdit, &I::EndBassFrequencyEdit);
-  bind(IDC_REVERB_HIGH, 100, &I::SetHighFrequency, &I::BeginHighFrequencyEdit, &I::EndHighFrequencyEdit);
+  Bind(IDC_REVERB_DRY, 10, &I::SetDryOut, &I::BeginDryOutEdit, &I::EndDryOutEdit);
+  Bind(IDC_REVERB_WET, 10, &I::SetReverbOut, &I::BeginReverbOutEdit, &I::EndReverbOutEdit);
+  Bind(IDC_REVERB_EARLY, 10, &I::SetEarlyOut, &I::BeginEarlyOutEdit, &I::EndEarlyOutEdit);
+  Bind(IDC_REVERB_DECAY, 10, &I::SetDecayTime, &I::BeginDecayTimeEdit, &I::EndDecayTimeEdit);
+  Bind(IDC_REVERB_PREDELAY, 10, &I::SetPreDelay, &I::BeginPreDelayEdit, &I::EndPreDelayEdit);
+  Bind(IDC_REVERB_BASS, 100, &I::SetBassFrequency, &I::BeginBassFrequencyEdit, &I::EndBassFrequencyEdit);
+  Bind(IDC_REVERB_HIGH, 100, &I::SetHighFrequency, &I::BeginHighFrequencyEdit, &I::EndHighFrequencyEdit);
 }
 
 HRESULT CQxReverbPropPage::RegisterNotify(HWND window, uint16_t id) { return P()->RegisterNotifyWindow(window, id); }
 
-int32_t CQxReverbPropPage::BypassState() { return Read(&IQxReverbProp2::GetBypass, P()); }
-
-void CQxReverbPropPage::ToggleBypass() { P()->SetBypass(BypassState() ? 0 : 1); }
-
 void CQxReverbPropPage::InitControls() {
-  for (const Range& r : kRanges) {
-    HWND w = Item(r.id);
-    SendMessage(w, QXCM_SETMIN, 0, r.lo);
-    SendMessage(w, QXCM_SETMAX, 0, r.hi);
-    SendMessage(w, QXCM_SETDEFAULT, 0, r.mark);
-  }
+  for (const Range& r : kRanges) SetRange(r.id, r.lo, r.hi, r.mark);
   // Ticks at round values, so a position can be read off the scale.
   static const int decayTicks[] = {10, 15, 20, 30, 40};
   static const int preDelayTicks[] = {50, 150};
@@ -110,23 +77,9 @@ void CQxReverbPropPage::InitControls() {
   Trackbar_SetTicks(Item(IDC_REVERB_PREDELAY), preDelayTicks, 2);
   Trackbar_SetTicks(Item(IDC_REVERB_BASS), bassTicks, 4);
   Trackbar_SetTicks(Item(IDC_REVERB_HIGH), highTicks, 2);
-  FillList(Item(IDC_REVERB_MODE), g_ReverbModeNames, QX_REVERB_MODE_COUNT);
-  FillList(Item(IDC_REVERB_STYLE), g_ReflectionStyleNames, QX_REFLECTION_STYLE_COUNT);
+  QxPage_FillList(m_hwnd, IDC_REVERB_MODE, g_ReverbModeNames, QX_REVERB_MODE_COUNT);
+  QxPage_FillList(m_hwnd, IDC_REVERB_STYLE, g_ReflectionStyleNames, QX_REFLECTION_STYLE_COUNT);
   for (int id : {IDC_REVERB_BASS_EDIT, IDC_REVERB_HIGH_EDIT}) SendMessage(Item(id), EM_LIMITTEXT, 15, 0);
-}
-
-void CQxReverbPropPage::SetPosition(int id, int32_t value) { SendMessage(Item(id), QXCM_SETVALUE, 1, value); }
-
-void CQxReverbPropPage::SelectByData(int list, int32_t value) {
-  HWND w = Item(list);
-  const auto count = static_cast<int>(SendMessage(w, CB_GETCOUNT, 0, 0));
-  int at = 0;
-  for (int i = count - 1; i >= 1; --i)
-    if (SendMessage(w, CB_GETITEMDATA, static_cast<WPARAM>(i), 0) == value) {
-      at = i;
-      break;
-    }
-  SendMessage(w, CB_SETCURSEL, static_cast<WPARAM>(at), 0);
 }
 
 void CQxReverbPropPage::Refresh(int id, bool force) {
@@ -144,17 +97,17 @@ void CQxReverbPropPage::Refresh(int id, bool force) {
                 {IDC_REVERB_EARLY, IDC_REVERB_EARLY_TEXT, &I::GetEarlyOut}};
   for (const auto& l : levels) {
     if (!is(l.fader)) continue;
-    const int32_t v = Read(l.get, p);
+    const int32_t v = Read(l.get);
     if (move) SetPosition(l.fader, v);
     QxSetDlgItemTextNoFlash(m_hwnd, l.text, u"%s", QxGetdBStringFixed(v, 1, -800, 1));
   }
   if (is(IDC_REVERB_DECAY)) {
-    const int32_t v = Read(&I::GetDecayTime, p);
+    const int32_t v = Read(&I::GetDecayTime);
     if (move) SetPosition(IDC_REVERB_DECAY, v);
     QxSetDlgItemTextNoFlash(m_hwnd, IDC_REVERB_DECAY_TEXT, u"%s", QxGetLabeledStringFixed(v, 1, 0, nullptr));
   }
   if (is(IDC_REVERB_PREDELAY)) {
-    const int32_t v = Read(&I::GetPreDelay, p);
+    const int32_t v = Read(&I::GetPreDelay);
     if (move) SetPosition(IDC_REVERB_PREDELAY, v);
     if (v)
       QxSetDlgItemTextNoFlash(m_hwnd, IDC_REVERB_PREDELAY_TEXT, u"%d ms.", static_cast<int>(v));
@@ -169,20 +122,20 @@ void CQxReverbPropPage::Refresh(int id, bool force) {
       {IDC_REVERB_HIGH, IDC_REVERB_HIGH_EDIT, IDC_REVERB_HIGH_ON, &I::GetHighFrequency, &I::GetAttenuateHigh}};
   for (const auto& f : filters) {
     if (is(f.slider, f.edit)) {
-      const int32_t v = Read(f.freq, p);
+      const int32_t v = Read(f.freq);
       if (!(id == f.slider && !force)) SetPosition(f.slider, v);
       WCHAR text[QX_NUMBER_TEXT_CHARS];
       QxLongToText(v, text, TRUE);
       QxSetDlgItemTextNoFlash(m_hwnd, f.edit, u"%s", text);
     }
     if (is(f.box)) {
-      const int32_t on = Read(f.on, p);
+      const int32_t on = Read(f.on);
       if (move) CheckDlgButton(m_hwnd, f.box, on ? BST_CHECKED : BST_UNCHECKED);
       Enable(f.slider, on != 0);
     }
   }
-  if (move && is(IDC_REVERB_STYLE)) SelectByData(IDC_REVERB_STYLE, Read(&I::GetReflectionStyle, p));
-  if (move && is(IDC_REVERB_MODE)) SelectByData(IDC_REVERB_MODE, Read(&I::GetReverbMode, p));
+  if (move && is(IDC_REVERB_STYLE)) QxPage_SelectByData(m_hwnd, IDC_REVERB_STYLE, Read(&I::GetReflectionStyle));
+  if (move && is(IDC_REVERB_MODE)) QxPage_SelectByData(m_hwnd, IDC_REVERB_MODE, Read(&I::GetReverbMode));
   if (all || id == QX_PAGE_BYPASS) ShowBypass();
 }
 

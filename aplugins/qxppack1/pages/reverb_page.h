@@ -42,7 +42,7 @@ const QxDialogTemplate* QxReverbPage_Template();
 // The context help topic of a control, 0 for none.
 DWORD QxReverbPage_HelpTopic(int control);
 
-class CQxReverbPropPage final : public CQxPropPage {
+class CQxReverbPropPage final : public CQxBypassPropPage<IQxReverbProp2> {
  public:
   static CUnknown* CreateInstance(LPUNKNOWN outer, HRESULT* hr);
   explicit CQxReverbPropPage(LPUNKNOWN outer);
@@ -53,14 +53,9 @@ class CQxReverbPropPage final : public CQxPropPage {
   void Refresh(int id, bool force) override;
   void OnFollow() override;
   bool OnCommand(int id, int code, HWND control) override;
-  int32_t BypassState() override;
-  void ToggleBypass() override;
   INT_PTR OnReceiveMessage(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) override;
 
  private:
-  IQxReverbProp2* P() const { return Prop<IQxReverbProp2>(); }
-  void SetPosition(int id, int32_t value);
-  void SelectByData(int list, int32_t value);
   // Reads a frequency edit box (at most 15 characters) and sets it through the setter's clamp.
   void CommitFrequency(int id);
 

@@ -1,11 +1,11 @@
 // Dialog 1001, the Time Stretch page: the splice mode, and the final length in the chosen input
 // form beside the initial value it is measured against.
 #include "aplugins/qxppack1/pages/time_page.h"
+#include "aplugins/qxppack1/pages/page_styles.h"
 #include "kernel/controls/control_classes.h"
 
 namespace {
-constexpr DWORD kEdit = ES_RIGHT | ES_AUTOHSCROLL | WS_BORDER | WS_TABSTOP;
-constexpr DWORD kList = CBS_DROPDOWNLIST | WS_TABSTOP | WS_VSCROLL;
+using namespace QxPageStyle;
 const QxDialogItem kItems[] = {
     {QX_LOGO_CLASS, 2, u"", 0, 0, 257, 20, 0},
 

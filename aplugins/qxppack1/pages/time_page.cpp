@@ -3,7 +3,6 @@
 #include "aplugins/qxppack1/pages/time_page.h"
 
 #include <cmath>
-#include <new>
 
 #include "aplugins/qxppack1/pages/page_controls.h"
 #include "aplugins/qxppack1/pages/string_ids.h"
@@ -16,7 +15,6 @@
 #include "kernel/services/qx_valuetext.h"
 
 namespace {
-constexpr int kRefreshAll = 32700;
 // The trackbar shows FinalLength less 100 %, so that its range fits the control's 16 bits.
 constexpr double kTrackOrigin = 10000.0;
 
@@ -79,7 +77,7 @@ void CQxTimePageLogic::WriteRange(const TimeParams& p, bool haveRate, uint32_t r
 
 void CQxTimePageLogic::Refresh(int control) {
   if (!dialog_ || !prop_) return;
-  if (control == kRefreshAll) control = 0;
+  if (control == QX_PAGE_NOTIFY_ID) control = 0;
   TimeParams p{};
   prop_->GetParams(&p);
   uint32_t rate = 0;
@@ -132,15 +130,13 @@ BOOL CQxTimePageLogic::OnCommand(int id, int code) {
   SampleRate(&rate);
   switch (id) {
     case IDC_TIME_FINAL: {
-      if (code != EN_KILLFOCUS) return FALSE;
-      if (!QxPage_TypedText(dialog_, id, text, 80)) return TRUE;
+      if (!Typed(id, code, text)) return code == EN_KILLFOCUS;
       double length = 0;
       if (QxTimeFinalFromText(text, p.InputFormat, p, rate, &length)) prop_->SetFinalLength(length);
       break;
     }
     case IDC_TIME_INITIAL: {
-      if (code != EN_KILLFOCUS) return FALSE;
-      if (!QxPage_TypedText(dialog_, id, text, 80)) return TRUE;
+      if (!Typed(id, code, text)) return code == EN_KILLFOCUS;
       if (p.InputFormat == QX_TIME_TEMPO) {
         // Negative tempi read as 0; the setter holds the rest to its maximum.
         const double tempo = std::trunc(QxTextToDoubleToken(text, nullptr) * 100.0);
@@ -185,38 +181,8 @@ constexpr QxPageLayout kLayout{QX_TIME_DIALOG, IDS_TIME_TITLE, IDS_TIME_NAME, &I
 }  // namespace
 
 CUnknown* CQxTimePropPage::CreateInstance(LPUNKNOWN outer, HRESULT* hr) {
-  auto* page = new (std::nothrow) CQxTimePropPage(outer);
-  if (hr) *hr = page ? S_OK : E_OUTOFMEMORY;
-  return page;
+  return QxCreatePage<CQxTimePropPage>(outer, hr);
 }
 
-CQxTimePropPage::CQxTimePropPage(LPUNKNOWN outer) : CQxPropPage("Time Stretch page", outer, kLayout) {
-  QxUi_AddDialogTemplate(QxPages_Instance(), QX_TIME_DIALOG, QxTimePage_Template());
-  // The logic takes the trackbars' scrolls itself: their page steps depend on the parameters.
-  for (int id : {IDC_TIME_FINAL_TRACK}) {
-    QxPageBinding b;
-    b.control = id;
-    b.custom = [this](int, HWND control, UINT msg, WPARAM wParam) {
-      logic_.Attach(m_hwnd, P());
-      logic_.OnScroll(msg, wParam, control);
-    };
-    bindings_.push_back(std::move(b));
-  }
-}
-
-HRESULT CQxTimePropPage::RegisterNotify(HWND window, uint16_t id) { return P()->RegisterWindow(window, id, id != 0); }
-
-void CQxTimePropPage::InitControls() {
-  logic_.Attach(m_hwnd, P());
-  logic_.Init();
-}
-
-void CQxTimePropPage::Refresh(int id, bool) {
-  logic_.Attach(m_hwnd, P());
-  logic_.Refresh(id);
-}
-
-bool CQxTimePropPage::OnCommand(int id, int code, HWND) {
-  logic_.Attach(m_hwnd, P());
-  return logic_.OnCommand(id, code) != FALSE;
-}
+CQxTimePropPage::CQxTimePropPage(LPUNKNOWN outer)
+    : CQxLogicPropPage("Time Stretch page", outer, kLayout, QxTimePage_Template(), {IDC_TIME_FINAL_TRACK}) {}

@@ -48,18 +48,8 @@ class CQxTimePageLogic : public CQxPageLogic<IQxTimeProp> {
 };
 
 // The page object the class table makes: the frame's page with the logic above behind it.
-class CQxTimePropPage final : public CQxPropPage {
+class CQxTimePropPage final : public CQxLogicPropPage<CQxTimePageLogic, IQxTimeProp> {
  public:
   static CUnknown* CreateInstance(LPUNKNOWN outer, HRESULT* hr);
   explicit CQxTimePropPage(LPUNKNOWN outer);
-
- protected:
-  HRESULT RegisterNotify(HWND window, uint16_t id) override;
-  void InitControls() override;
-  void Refresh(int id, bool force) override;
-  bool OnCommand(int id, int code, HWND control) override;
-
- private:
-  IQxTimeProp* P() const { return Prop<IQxTimeProp>(); }
-  CQxTimePageLogic logic_;
 };
