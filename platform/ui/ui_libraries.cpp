@@ -171,6 +171,7 @@ QX_LAZY(X11, int, XPutImage,
         (Display* a, Drawable b, GC c, XImage* d, int e, int f, int g, int h, unsigned int i, unsigned int j),
         (a, b, c, d, e, f, g, h, i, j))
 QX_LAZY(X11, int, XResizeWindow, (Display* a, Window b, unsigned int c, unsigned int d), (a, b, c, d))
+QX_LAZY(X11, XErrorHandler, XSetErrorHandler, (XErrorHandler a), (a))
 QX_LAZY(X11, int, XSetInputFocus, (Display* a, Window b, int c, Time d), (a, b, c, d))
 QX_LAZY(X11, int, XSetWMProtocols, (Display* a, Window b, Atom* c, int d), (a, b, c, d))
 QX_LAZY(X11, int, XStoreName, (Display* a, Window b, const char* c), (a, b, c))

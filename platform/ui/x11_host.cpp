@@ -35,6 +35,15 @@ X11Thread& XT() {
 
 void PumpDisplay(Display* d);
 
+// Destroying our window inside another client's: that client may take its window, and ours with
+// it, down at any moment, even between a check and our request, so a BadWindow there is expected.
+// Any other error goes to the handler that was in place.
+XErrorHandler g_handlerBefore = nullptr;
+int IgnoreBadWindow(Display* d, XErrorEvent* e) {
+  if (e->error_code == BadWindow) return 0;
+  return g_handlerBefore ? g_handlerBefore(d, e) : 0;
+}
+
 UINT VkOf(KeySym k) {
   if (k >= XK_a && k <= XK_z) return static_cast<UINT>('A' + (k - XK_a));
   if (k >= XK_A && k <= XK_Z) return static_cast<UINT>('A' + (k - XK_A));
@@ -133,8 +142,15 @@ class X11Host : public NativeHost {
     if (embedded_ && !gone_) {
       XSync(d_, False);
       gone_ = XCheckTypedWindowEvent(d_, win_, DestroyNotify, &e);
+      if (!gone_) {
+        g_handlerBefore = XSetErrorHandler(IgnoreBadWindow);
+        XDestroyWindow(d_, win_);
+        XSync(d_, False);
+        XSetErrorHandler(g_handlerBefore);
+      }
+    } else if (!gone_) {
+      XDestroyWindow(d_, win_);
     }
-    if (!gone_) XDestroyWindow(d_, win_);
     XFlush(d_);
     DisplayLink& link = t.displays[d_];
     if (--link.hosts == 0) {
