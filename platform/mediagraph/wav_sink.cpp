@@ -7,6 +7,8 @@
 #include <emmintrin.h>
 #endif
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -147,6 +149,23 @@ sf_count_t PipeWrite(const void* data, sf_count_t count, void* user) {
   *p->written = std::max(*p->written, p->at);
   return count;
 }
+
+// The file for libsndfile, emptied only when it holds something. ext4 writes out at close any file
+// that was truncated to nothing, to protect programs that replace files without fsync; on a fresh
+// temporary file that costs more than a short run's processing, and the caller's one-step replace
+// already keeps the output whole.
+SNDFILE* OpenPath(const std::string& path, SF_INFO* info, std::string* why) {
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+  struct stat st{};
+  if (fd < 0 || fstat(fd, &st) != 0 || (st.st_size > 0 && ftruncate(fd, 0) != 0)) {
+    *why = std::strerror(errno);
+    if (fd >= 0) close(fd);
+    return nullptr;
+  }
+  SNDFILE* f = sf_open_fd(fd, SFM_WRITE, info, SF_TRUE);  // closes the descriptor when it fails
+  if (!f) *why = sf_strerror(nullptr);
+  return f;
+}
 }  // namespace
 
 void* CWavSink::OpenPipe(void* sfInfo) {
@@ -177,8 +196,9 @@ HRESULT CWavSink::OpenFile() {
   info.channels = channels;
   info.format = major | sub;
   if (!sf_format_check(&info)) return Fail(E_INVALIDARG, "libsndfile cannot write that format to \"" + m_path + "\"");
-  SNDFILE* f = m_pipe >= 0 ? static_cast<SNDFILE*>(OpenPipe(&info)) : sf_open(m_path.c_str(), SFM_WRITE, &info);
-  if (!f) return Fail(STG_E_WRITEFAULT, "cannot create \"" + m_path + "\": " + sf_strerror(nullptr));
+  std::string why;
+  SNDFILE* f = m_pipe >= 0 ? static_cast<SNDFILE*>(OpenPipe(&info)) : OpenPath(m_path, &info, &why);
+  if (!f) return Fail(STG_E_WRITEFAULT, "cannot create \"" + m_path + "\": " + (m_pipe >= 0 ? sf_strerror(nullptr) : why));
   if (m_autoDowngrade && major == SF_FORMAT_RF64) sf_command(f, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
   // A stream of unknown length keeps no text chunk: it would follow the audio and be read as audio.
   if (m_pipe < 0)
