@@ -260,7 +260,6 @@ TEST(ReverbEngine, BassOffThenOnClearsItsStatesAndAFrequencyChangeKeepsThem) {
 
   r.source.params.bassFreqHz = 300;  // redesign while on: states stay
   r.source.changed = true;
-  std::vector<double> none;
   uint32_t n = 0;
   ProcessAs(*r.engine, RunContinue, buf.data(), &n, 0, r.source);
   EXPECT_EQ(r.engine->Channel(0).bass.s1, before.s1);
