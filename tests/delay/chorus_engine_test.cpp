@@ -7,7 +7,6 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
-#include <random>
 #include <vector>
 
 #include "aplugins/qxppack1/delay/chorus_engine.h"
@@ -46,14 +45,6 @@ struct Rig {
 
 std::unique_ptr<Rig> Float64(WORD channels, const ChorusParams& p, DWORD rate = 8000) {
   return std::make_unique<Rig>(WAVE_FORMAT_IEEE_FLOAT, channels, 64, rate, p);
-}
-
-std::vector<double> Noise(size_t n, unsigned seed, double amp = 0.5) {
-  std::mt19937 rng(seed);
-  std::uniform_real_distribution<double> d(-amp, amp);
-  std::vector<double> v(n);
-  for (double& x : v) x = d(rng);
-  return v;
 }
 
 }  // namespace
@@ -125,7 +116,7 @@ TEST(ChorusEngine, MonoIntegerAtSizeThreeSkipsVoiceOne) {
     if (c.tag == 1) r.Run(i32.data(), 64); else r.Run(f32.data(), 64);
     auto heard = [&](int t) { return c.tag == 1 ? i32[t * c.channels] != 0 : f32[t * c.channels] != 0.0f; };
     EXPECT_EQ(heard(32), c.voiceOne);
-    if (c.size == 3) EXPECT_TRUE(heard(45));
+    EXPECT_TRUE(c.size != 3 || heard(45));  // size 2 has no voice 2
   }
 }
 

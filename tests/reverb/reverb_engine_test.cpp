@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -62,15 +61,6 @@ std::vector<ReverbParams> Variety() {
   c.bassOn = 0;
   c.dryOut = -60;
   v.push_back(c);
-  return v;
-}
-
-template <class F>
-std::vector<typename F::Sample> Noise(size_t n, unsigned seed, double amp = 0.5) {
-  std::mt19937 rng(seed);
-  std::uniform_real_distribution<double> d(-amp, amp);
-  std::vector<typename F::Sample> v(n);
-  for (auto& s : v) s = F::Write(d(rng));
   return v;
 }
 
