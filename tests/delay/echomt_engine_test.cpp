@@ -160,8 +160,7 @@ EchomtParams Runaway() {
 
 template <class F>
 class EchomtFormTest : public ::testing::Test {};
-using Forms = ::testing::Types<QxPcm8Form, QxPcm16Form, QxPcm32Form, QxFloat32Form, QxFloat64Form>;
-TYPED_TEST_SUITE(EchomtFormTest, Forms);
+TYPED_TEST_SUITE(EchomtFormTest, QxSampleForms);
 
 // Whatever the channel count and however the stream is cut (across the engine's own chunks too),
 // the output is the literal model's, bit for bit.

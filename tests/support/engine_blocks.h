@@ -12,6 +12,9 @@
 #include "aplugins/qxppack1/frame/run_mode.h"
 #include "aplugins/qxppack1/frame/sample_form.h"
 
+// The five sample forms, for typed tests that run an engine in each.
+using QxSampleForms = ::testing::Types<QxPcm8Form, QxPcm16Form, QxPcm32Form, QxFloat32Form, QxFloat64Form>;
+
 // The engine's routine for sample type S; `extra` follows the tail request (the reverb's source).
 template <class E, class S, class... X>
 int ProcessAs(E& e, QxRunMode m, S* b, uint32_t* n, int32_t t, X&... extra) {
