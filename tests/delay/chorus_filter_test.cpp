@@ -5,11 +5,11 @@
 
 #include <algorithm>
 #include <cstring>
-#include <random>
 #include <vector>
 
 #include "aplugins/qxppack1/delay/chorus_filter.h"
 #include "tests/support/effect_rig.h"
+#include "tests/support/engine_blocks.h"
 
 namespace {
 using Filter = WatchedEffect<CQxChorus, ChorusParams>;
@@ -21,13 +21,6 @@ constexpr char kV2[] = "C9A9FEC7-8A9B-4CFE-AEBC-92EA0E505219";
 
 const ChorusParams kOdd{-123, -456, -78, 2, 33, 1, 777, 12345, 67, 1, 2500, 1, 1, 7, 31999, 1};
 
-std::vector<double> Noise(size_t n, unsigned seed) {
-  std::mt19937 rng(seed);
-  std::uniform_real_distribution<double> d(-0.5, 0.5);
-  std::vector<double> v(n);
-  for (double& x : v) x = d(rng);
-  return v;
-}
 }  // namespace
 
 TEST(ChorusParams, MediaValuesReachTheRecordAtEachFieldsOffsetAndScale) {
@@ -167,20 +160,13 @@ std::vector<int16_t> Direct(const WAVEFORMATEX& f, const ChorusParams& p, std::v
   e.ProcessPcm16(s.data(), static_cast<uint32_t>(s.size() / f.nChannels));
   return s;
 }
-
-std::vector<int16_t> Pcm(size_t n, unsigned seed) {
-  std::vector<double> d = Noise(n, seed);
-  std::vector<int16_t> v(n);
-  for (size_t k = 0; k < n; ++k) v[k] = QxPcm16Form::Write(d[k]);
-  return v;
-}
 }  // namespace
 
 TEST(ChorusFilter, GraphOutputIsTheEngineOutputWithNoTail) {
   const WAVEFORMATEX f = PlainFormat(WAVE_FORMAT_PCM, 2, 16, 22050);
   const ChorusParams& p = g_ChorusPresets[10].Params;
   Rig rig(f, p);
-  std::vector<int16_t> in = Pcm(2 * 6000, 3);
+  std::vector<int16_t> in = Noise<QxPcm16Form>(2 * 6000, 3);
   for (size_t at = 0; at < in.size(); at += 2 * 1500)
     ASSERT_EQ(rig.Push(std::vector<int16_t>(in.begin() + at, in.begin() + at + 2 * 1500)), S_OK);
   ASSERT_EQ(rig.effect->EndOfStream(), S_OK);
@@ -194,7 +180,7 @@ TEST(ChorusFilter, DiscontinuityStartsTheLinesAfresh) {
   ChorusParams p = g_ChorusPresets[3].Params;
   p.modDepth = 1;
   Rig rig(f, p);
-  std::vector<int16_t> a = Pcm(3000, 1), b = Pcm(3000, 2);
+  std::vector<int16_t> a = Noise<QxPcm16Form>(3000, 1), b = Noise<QxPcm16Form>(3000, 2);
   ASSERT_EQ(rig.Push(a), S_OK);
   ASSERT_EQ(rig.Push(b, true), S_OK);
   std::vector<int16_t> out = rig.Out();

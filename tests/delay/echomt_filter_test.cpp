@@ -26,9 +26,9 @@ struct Rig : EffectRig<CQxEchomt> {
 }  // namespace
 
 TEST(EchomtFilter, ItsSetsReachTheRightFieldsAndClamp) {
-  CQxEchomt* f = NewEffect<CQxEchomt>();
-  ComPtr<IQxEchomtProp> prop;
-  ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IQxEchomtProp, prop.PutVoid()), S_OK);
+  WatchedEffect<CQxEchomt, EchomtParams> a;
+  auto prop = a.As<IQxEchomtProp>(IID_IQxEchomtProp);
+  ASSERT_TRUE(prop);
   EchomtParams p{};
   WAVEFORMATEX w;
   EXPECT_EQ(prop->GetWaveFormat(&w), VFW_E_NOT_CONNECTED);
@@ -55,8 +55,6 @@ TEST(EchomtFilter, ItsSetsReachTheRightFieldsAndClamp) {
   EXPECT_EQ(prop->SetAllParameters(&p), E_FAIL);
   prop->GetFeedback(&v);
   EXPECT_EQ(v, 150);
-  prop.Reset();
-  f->NonDelegatingRelease();
 }
 
 TEST(EchomtFilter, StereoEchoesThroughTheGraphAndTheTailIsOneLineLong) {
@@ -99,11 +97,11 @@ TEST(EchomtFilter, An8BitTailIsFilledWithTheMidpointNotZero) {
 }
 
 TEST(EchomtFilter, FloatDoorRendersTheTailAndItsResetEmptiesTheLines) {
-  CQxEchomt* f = NewEffect<CQxEchomt>();
-  ComPtr<IQxAudioTransformFloat> door;
-  ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IQxAudioTransformFloat, door.PutVoid()), S_OK);
+  WatchedEffect<CQxEchomt, EchomtParams> a;
+  auto door = a.As<IQxAudioTransformFloat>(IID_IQxAudioTransformFloat);
+  ASSERT_TRUE(door);
   EchomtParams p = OneTap(10);
-  f->SetAllParameters(&p);
+  a.f->SetAllParameters(&p);
   ASSERT_EQ(door->Prepare(1, 1000), S_OK);
   std::vector<float> buf(4, 0.0f);
   buf[0] = 0.5f;
@@ -122,6 +120,4 @@ TEST(EchomtFilter, FloatDoorRendersTheTailAndItsResetEmptiesTheLines) {
   door->Process(after.data(), 16, 0);
   for (float v : after) EXPECT_EQ(v, 0.0f);
   EXPECT_EQ(door->Finish(), S_OK);
-  door.Reset();
-  f->NonDelegatingRelease();
 }

@@ -42,9 +42,7 @@ std::vector<typename F::Sample> Reference(const std::vector<typename F::Sample>&
 
 template <class F>
 class EchosFormTest : public ::testing::Test {};
-using Forms = ::testing::Types<QxPcm8Form, QxPcm16Form, QxPcm32Form, QxFloat32Form,
-                               QxFloat64Form>;
-TYPED_TEST_SUITE(EchosFormTest, Forms);
+TYPED_TEST_SUITE(EchosFormTest, QxSampleForms);
 
 // Random signal through an engine with short lines: whatever the form, channel count and block
 // cut, the output is the plain per-sample recursion bit for bit (line lengths are checked below).

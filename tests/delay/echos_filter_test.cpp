@@ -44,9 +44,9 @@ TEST(EchosFilter, AcceptsTheSixFormsUpTo32ChannelsAndNothingElse) {
 }
 
 TEST(EchosFilter, ExtensibleFormatIsReducedToThePlainFormAndTheChangeIsPosted) {
-  CQxEchos* f = NewEffect<CQxEchos>();
-  HWND w = CreateWindowHandle();
-  EXPECT_EQ(f->RegisterWindow(w, 77), S_OK);
+  WatchedEffect<CQxEchos, EchosParams> a;  // its window registered as 9
+  CQxEchos* f = a.f;
+  HWND w = a.window;
   WAVEFORMATEXTENSIBLE x = ExtensibleFormat(KSDATAFORMAT_SUBTYPE_IEEE_FLOAT, 6, 32, 48000);
   x.Format.nBlockAlign = 99;  // recomputed, not trusted
   CMediaType xt = AudioType(x);
@@ -58,7 +58,7 @@ TEST(EchosFilter, ExtensibleFormatIsReducedToThePlainFormAndTheChangeIsPosted) {
   MSG m;
   ASSERT_TRUE(PeekMessage(&m, w, 0, 0, PM_REMOVE));
   EXPECT_EQ(m.message, static_cast<UINT>(WM_COMMAND));
-  EXPECT_EQ(LOWORD(m.wParam), 77);
+  EXPECT_EQ(LOWORD(m.wParam), 9);
   EXPECT_EQ(HIWORD(m.wParam), 1);  // output pin direction
 
   // Two slots; a third window is refused, a dead one frees its slot at the next notification.
@@ -69,9 +69,7 @@ TEST(EchosFilter, ExtensibleFormatIsReducedToThePlainFormAndTheChangeIsPosted) {
   DestroyWindow(w2);
   f->Notify(100);
   EXPECT_EQ(f->RegisterWindow(w3, 6), S_OK);
-  DestroyWindow(w);
   DestroyWindow(w3);
-  f->NonDelegatingRelease();
 }
 
 TEST(EchosFilter, ImpulseEchoesAndTheTailFollowsTheEndOfStream) {
@@ -187,9 +185,10 @@ TEST(EchosFilter, TailRequestSamplesGetTheRemainingTailThenAreLeftUnread) {
 }
 
 TEST(EchosFilter, FloatDoorMatchesTheGraphAndRendersTheTail) {
-  CQxEchos* f = NewEffect<CQxEchos>();
-  ComPtr<IQxAudioTransformFloat> door;
-  ASSERT_EQ(f->NonDelegatingQueryInterface(IID_IQxAudioTransformFloat, door.PutVoid()), S_OK);
+  WatchedEffect<CQxEchos, EchosParams> a;
+  CQxEchos* f = a.f;
+  auto door = a.As<IQxAudioTransformFloat>(IID_IQxAudioTransformFloat);
+  ASSERT_TRUE(door);
   EchosParams p = PureDelay(2, 1, 1);  // 0.1 s decay over a 16-frame line: feedback on
   f->SetAllParameters(&p);
   uint32_t n = 8;
@@ -214,6 +213,4 @@ TEST(EchosFilter, FloatDoorMatchesTheGraphAndRendersTheTail) {
   for (float v : buf) EXPECT_EQ(v, 0.0f);
   EXPECT_EQ(door->AlwaysOne(), 1);
   EXPECT_EQ(door->Finish(), S_OK);
-  door.Reset();
-  f->NonDelegatingRelease();
 }

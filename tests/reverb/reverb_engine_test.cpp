@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -62,15 +61,6 @@ std::vector<ReverbParams> Variety() {
   c.bassOn = 0;
   c.dryOut = -60;
   v.push_back(c);
-  return v;
-}
-
-template <class F>
-std::vector<typename F::Sample> Noise(size_t n, unsigned seed, double amp = 0.5) {
-  std::mt19937 rng(seed);
-  std::uniform_real_distribution<double> d(-amp, amp);
-  std::vector<typename F::Sample> v(n);
-  for (auto& s : v) s = F::Write(d(rng));
   return v;
 }
 
@@ -260,7 +250,6 @@ TEST(ReverbEngine, BassOffThenOnClearsItsStatesAndAFrequencyChangeKeepsThem) {
 
   r.source.params.bassFreqHz = 300;  // redesign while on: states stay
   r.source.changed = true;
-  std::vector<double> none;
   uint32_t n = 0;
   ProcessAs(*r.engine, RunContinue, buf.data(), &n, 0, r.source);
   EXPECT_EQ(r.engine->Channel(0).bass.s1, before.s1);

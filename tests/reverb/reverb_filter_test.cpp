@@ -22,10 +22,8 @@ struct Rig : EffectRig<CQxReverb> {
 
 TEST(ReverbFilter, SettersClampMarkOnlyRealChangesAndAskForARebuildWhereRingsDependOnThem) {
   CQxReverb* f = NewEffect<CQxReverb>();
-  f->Snapshot();  // clears the change flag
-  f->SetPersistDirtyFlag(false);
   auto fresh = [&] {
-    f->Snapshot();
+    f->Snapshot();  // clears the change flag
     f->SetPersistDirtyFlag(false);
     f->ApplyStep(RunContinue, 0);  // no format: fails, but the rebuild request is overwritten
   };

@@ -5,10 +5,15 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <random>
 #include <type_traits>
 #include <vector>
 
 #include "aplugins/qxppack1/frame/run_mode.h"
+#include "aplugins/qxppack1/frame/sample_form.h"
+
+// The five sample forms, for typed tests that run an engine in each.
+using QxSampleForms = ::testing::Types<QxPcm8Form, QxPcm16Form, QxPcm32Form, QxFloat32Form, QxFloat64Form>;
 
 // The engine's routine for sample type S; `extra` follows the tail request (the reverb's source).
 template <class E, class S, class... X>
@@ -39,4 +44,14 @@ void FeedInBlocks(std::vector<S>& buf, uint32_t channels, const std::vector<uint
 template <class E, class S>
 void RunInBlocks(E& e, std::vector<S>& buf, uint32_t channels, const std::vector<uint32_t>& blocks) {
   FeedInBlocks(buf, channels, blocks, [&](S* b, uint32_t* n) { return ProcessAs(e, RunContinue, b, n, 0); });
+}
+
+// `n` samples of seeded uniform noise within +-amp, written in sample form F.
+template <class F = QxFloat64Form>
+std::vector<typename F::Sample> Noise(size_t n, unsigned seed, double amp = 0.5) {
+  std::mt19937 rng(seed);
+  std::uniform_real_distribution<double> d(-amp, amp);
+  std::vector<typename F::Sample> v(n);
+  for (auto& s : v) s = F::Write(d(rng));
+  return v;
 }
