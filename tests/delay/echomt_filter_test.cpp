@@ -35,14 +35,14 @@ TEST(EchomtFilter, ItsSetsReachTheRightFieldsAndClamp) {
   EXPECT_EQ(prop->GetAllParameters(nullptr), E_POINTER);
   EXPECT_EQ(prop->SetAllParameters(nullptr), E_POINTER);
 
-  prop->SetTapDelay3(0);    // clamped to 1
+  prop->SetTapDelay3(9999); // clamped to 2500
   prop->SetTapGain8(-7);
   prop->SetTapPan1(300);    // clamped to 100
   prop->SetLowPassOn(42);   // stored as it comes
   prop->SetModRate(55);
   prop->SetGraphResolution(2);
   prop->GetAllParameters(&p);
-  EXPECT_EQ(p.tapDelay[2], 1);
+  EXPECT_EQ(p.tapDelay[2], 2500);
   EXPECT_EQ(p.tapGain[7], -7);
   EXPECT_EQ(p.tapPan[0], 100);
   EXPECT_EQ(p.lowPassOn, 42);
