@@ -19,19 +19,20 @@ constexpr int kFrames = 1024;
 
 struct Element {
   const char* name;
-  const char* settings;  // property=value, applied before the stream starts
+  const char* property;  // set to `value` before the stream starts, unless empty
+  const char* value;
   bool resizes;
   bool tail;             // gives more after the end of the stream
   double length;         // output length over input length
   bool freshAtDiscont;   // a discontinuity clears all state (Chorus's modulation runs on)
 };
 const Element kElements[] = {
-    {"qxsimpledelay", "delay-time=60", false, true, 1.0, true},
-    {"qxmultitapdelay", "preset=2", false, true, 1.0, true},
-    {"qxreverb", "decay-time=1", false, true, 1.0, true},
-    {"qxchorus", "", false, false, 1.0, false},
-    {"qxtimestretch", "rate=0.5", true, true, 2.0, true},
-    {"qxpitchshift", "ratio=2", true, false, 0.5, true},
+    {"qxsimpledelay", "delay-time", "60", false, true, 1.0, true},
+    {"qxmultitapdelay", "preset", "2", false, true, 1.0, true},
+    {"qxreverb", "decay-time", "1", false, true, 1.0, true},
+    {"qxchorus", "", "", false, false, 1.0, false},
+    {"qxtimestretch", "rate", "0.5", true, true, 2.0, true},
+    {"qxpitchshift", "ratio", "2", true, false, 0.5, true},
 };
 const char* const kForms[] = {"U8", "S16LE", "S32LE", "F32LE", "F64LE"};
 
@@ -69,14 +70,7 @@ GstBuffer* Signal(const std::string& form, int channels, int frames, int first, 
 GstHarness* Start(const Element& e, const std::string& caps) {
   GstHarness* h = gst_harness_new(e.name);
   EXPECT_NE(h->element, nullptr);
-  std::string s = e.settings;
-  for (size_t at = 0; !s.empty() && at != std::string::npos;) {
-    const size_t end = s.find(' ', at);
-    const std::string kv = s.substr(at, end == std::string::npos ? end : end - at);
-    const size_t eq = kv.find('=');
-    gst_util_set_object_arg(G_OBJECT(h->element), kv.substr(0, eq).c_str(), kv.substr(eq + 1).c_str());
-    at = end == std::string::npos ? end : end + 1;
-  }
+  if (*e.property) gst_util_set_object_arg(G_OBJECT(h->element), e.property, e.value);
   gst_harness_set_src_caps_str(h, caps.c_str());
   return h;
 }

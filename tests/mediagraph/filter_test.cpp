@@ -106,6 +106,12 @@ struct Chain : ::testing::Test {
     if (SUCCEEDED(hr)) hr = src->Pause();
     return hr;
   }
+  // Built, connected and paused: ready to take samples.
+  void Stream(LONG bufferBytes = 64, LONG buffers = 2) {
+    Make(type, bufferBytes, buffers);
+    ASSERT_EQ(ConnectAll(), S_OK);
+    ASSERT_EQ(PauseAll(), S_OK);
+  }
   void StopAll() {
     sink->Stop();
     filt->Stop();
@@ -166,9 +172,7 @@ TEST_F(Chain, OutputWithoutInputTakesOnlyTheInputsTypeLater) {
 }
 
 TEST_F(Chain, PauseRunStopDriveStartAndStopStreaming) {
-  Make(type);
-  ASSERT_EQ(ConnectAll(), S_OK);
-  ASSERT_EQ(PauseAll(), S_OK);
+  ASSERT_NO_FATAL_FAILURE(Stream());
   EXPECT_EQ(filt->starts, 1);
   ASSERT_EQ(filt->Run(0), S_OK);
   ASSERT_EQ(filt->Pause(), S_OK);  // running -> paused is not a new start
@@ -218,9 +222,7 @@ TEST_F(Chain, CheckStreamingReportsStateConnectionAndFlushing) {
 }
 
 TEST_F(Chain, InPlaceDeliversTheSameSampleWithTimesAndFlags) {
-  Make(type);
-  ASSERT_EQ(ConnectAll(), S_OK);
-  ASSERT_EQ(PauseAll(), S_OK);
+  ASSERT_NO_FATAL_FAILURE(Stream());
   BYTE data[12];
   for (int i = 0; i < 12; ++i) data[i] = static_cast<BYTE>(i);
   REFERENCE_TIME t0 = 0, t1 = 625;
@@ -245,9 +247,7 @@ TEST_F(Chain, InPlaceDeliversTheSameSampleWithTimesAndFlags) {
 }
 
 TEST_F(Chain, TransformResultSFalseDropsTheSampleAndFailuresReachTheSource) {
-  Make(type);
-  ASSERT_EQ(ConnectAll(), S_OK);
-  ASSERT_EQ(PauseAll(), S_OK);
+  ASSERT_NO_FATAL_FAILURE(Stream());
   BYTE data[4] = {};
   filt->transformResult = S_FALSE;
   EXPECT_EQ(src->PushBytes(data, 4), S_OK);
@@ -260,8 +260,7 @@ TEST_F(Chain, TransformResultSFalseDropsTheSampleAndFailuresReachTheSource) {
 }
 
 TEST_F(Chain, TailSamplesComeFromTheOutputPinsOwnAllocator) {
-  Make(type, 40, 3);
-  ASSERT_EQ(ConnectAll(), S_OK);
+  ASSERT_NO_FATAL_FAILURE(Stream(40, 3));
   ASSERT_NE(filt->OutputAllocator(), nullptr);
   EXPECT_NE(filt->OutputAllocator(), filt->InputAllocator());
   ALLOCATOR_PROPERTIES in{}, out{};
@@ -269,8 +268,6 @@ TEST_F(Chain, TailSamplesComeFromTheOutputPinsOwnAllocator) {
   filt->OutputAllocator()->GetProperties(&out);
   EXPECT_EQ(out.cbBuffer, in.cbBuffer);
   EXPECT_EQ(out.cBuffers, in.cBuffers);
-
-  ASSERT_EQ(PauseAll(), S_OK);
   BYTE data[8] = {};
   ASSERT_EQ(src->PushBytes(data, 8), S_OK);
   filt->tailSamples = 2;

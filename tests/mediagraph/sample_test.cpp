@@ -24,6 +24,10 @@ struct AllocatorFixture : ::testing::Test {
 }  // namespace
 
 TEST_F(AllocatorFixture, PropertiesRoundUpToAlignmentAndRefuseBadAlignment) {
+  IMediaSample* s = nullptr;
+  EXPECT_EQ(alloc->Commit(), VFW_E_SIZENOTSET);
+  EXPECT_EQ(alloc->GetBuffer(&s, nullptr, nullptr, 0), VFW_E_NOT_COMMITTED);
+  EXPECT_EQ(s, nullptr);
   ALLOCATOR_PROPERTIES req{2, 10, 8, 0}, got{};
   ASSERT_EQ(alloc->SetProperties(&req, &got), S_OK);
   EXPECT_EQ(got.cbBuffer, 16);
@@ -32,19 +36,11 @@ TEST_F(AllocatorFixture, PropertiesRoundUpToAlignmentAndRefuseBadAlignment) {
   EXPECT_EQ(alloc->SetProperties(&bad, &got), VFW_E_BADALIGN);
   ASSERT_EQ(alloc->Commit(), S_OK);
   EXPECT_EQ(alloc->SetProperties(&req, &got), VFW_E_ALREADY_COMMITTED);
-  IMediaSample* s = nullptr;
   ASSERT_EQ(alloc->GetBuffer(&s, nullptr, nullptr, 0), S_OK);
   BYTE* p = nullptr;
   s->GetPointer(&p);
   EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % 8, 0u);
   s->Release();
-}
-
-TEST_F(AllocatorFixture, GetBufferNeedsCommitAndSizes) {
-  IMediaSample* s = nullptr;
-  EXPECT_EQ(alloc->Commit(), VFW_E_SIZENOTSET);
-  EXPECT_EQ(alloc->GetBuffer(&s, nullptr, nullptr, 0), VFW_E_NOT_COMMITTED);
-  EXPECT_EQ(s, nullptr);
 }
 
 TEST_F(AllocatorFixture, FreeListCyclesSamplesAndNoWaitReportsTimeout) {
@@ -150,7 +146,6 @@ struct ITestFlag : IUnknown {
 };
 struct TestFlag final : ITestFlag {
   std::atomic<long> ref{1};
-  LONG value = 7;
   HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
   ULONG AddRef() override { return ++ref; }
   ULONG Release() override {
@@ -158,7 +153,7 @@ struct TestFlag final : ITestFlag {
     if (r == 0) delete this;
     return static_cast<ULONG>(r);
   }
-  LONG Flag() override { return value; }
+  LONG Flag() override { return 7; }
 };
 
 // A host's sample class that answers the flag interface itself.

@@ -52,11 +52,6 @@ TEST(LangCatalogue, ConditioningAndColumns) {
   Handle ja(0x411);
   EXPECT_EQ(S(QxGetStringSmart(ja.h, QxLangCatalogueKey(QXLS_FORMAT_DESCRIPTION))), u"$d Hz$, %d Bit$, %s");
   EXPECT_EQ(S(QxGetStringSmart(ja.h, QxLangCatalogueKey(QXLS_NEG_INF))), u"-Inf.");
-  for (const QXLANGENTRY& e : g_QxLangCatalogue) {
-    EXPECT_TRUE(IsQXLANGSTRINGID(nullptr, QxLangKey(e)));
-    EXPECT_EQ(e.count, QXLANG_COLUMNS);
-    EXPECT_EQ(e.end, nullptr);
-  }
 }
 
 TEST(LangCatalogue, ResourceNumberSlotsResolveOnceAndGoBack) {

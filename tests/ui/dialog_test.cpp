@@ -19,6 +19,11 @@ class Dialogs : public UiTest {
     QxHeadless_Pump();
   }
   HWND Item(int id) const { return GetDlgItem(dlg, id); }
+  std::u16string Text(int id) const {
+    WCHAR text[64];
+    GetDlgItemTextW(dlg, id, text, 64);
+    return text;
+  }
   // Client point at the middle of a control, in the dialog.
   void ClickItem(int id, int dx = 0) {
     RECT r;
@@ -68,22 +73,17 @@ TEST_F(Dialogs, KernelHelpersFindAModulesTemplateByNumber) {
 }
 
 TEST_F(Dialogs, ItemTextsGoThroughValueText) {
-  WCHAR text[64];
-  auto item = [&] {
-    GetDlgItemTextW(dlg, kSampleEdit, text, 64);
-    return std::u16string(text);
-  };
   ASSERT_TRUE(QxSetDlgItemTextF(dlg, kSampleEdit, u"$.2z ms", 123456));
-  EXPECT_EQ(item(), u"1,234.56 ms");
+  EXPECT_EQ(Text(kSampleEdit), u"1,234.56 ms");
   QxSetDlgItemTextNoF(dlg, kSampleEdit, u"50 %d");
-  EXPECT_EQ(item(), u"50 %d");
+  EXPECT_EQ(Text(kSampleEdit), u"50 %d");
   // An equal text is not set again: nothing is invalidated.
   QxHeadless_Pump();
   RECT dirty{};
   QxSetDlgItemTextNoFlash(dlg, kSampleEdit, u"50 %%d");
   EXPECT_FALSE(GetUpdateRect(Item(kSampleEdit), &dirty, FALSE));
   QxSetDlgItemTextNoFlash(dlg, kSampleEdit, u"%d", 7);
-  EXPECT_EQ(item(), u"7");
+  EXPECT_EQ(Text(kSampleEdit), u"7");
   EXPECT_FALSE(QxSetDlgItemTextF(dlg, 9999, u"x"));
 }
 
@@ -149,17 +149,13 @@ TEST_F(Dialogs, EditTypesWithinItsLimitAndReportsChangesAndFocusLoss) {
   HWND e = Item(kSampleEdit);
   SendMessage(e, EM_LIMITTEXT, 5, 0);
   QxHeadless_Type(u"1.5");  // replaces the selection
-  WCHAR buf[32];
-  GetDlgItemTextW(dlg, kSampleEdit, buf, 32);
-  EXPECT_EQ(std::u16string(buf), u"1.5");
+  EXPECT_EQ(Text(kSampleEdit), u"1.5");
   QxHeadless_Key(VK_HOME);
   QxHeadless_Key(VK_DELETE);
   QxHeadless_Type(u"-22.75");  // only three fit
-  GetDlgItemTextW(dlg, kSampleEdit, buf, 32);
-  EXPECT_EQ(std::u16string(buf), u"-22.5");
+  EXPECT_EQ(Text(kSampleEdit), u"-22.5");
   QxHeadless_Key(VK_BACK);
-  GetDlgItemTextW(dlg, kSampleEdit, buf, 32);
-  EXPECT_EQ(std::u16string(buf), u"-2.5");
+  EXPECT_EQ(Text(kSampleEdit), u"-2.5");
   QxHeadless_Key(VK_TAB);
   int changes = 0, kills = 0, maxed = 0;
   for (auto [id, code] : QxSample_Log()) {
